@@ -1,0 +1,15 @@
+#include "app/AppVersion.h"
+
+namespace KastrelImporter {
+
+QString applicationName()
+{
+    return QStringLiteral("Kastrel Importer");
+}
+
+QString applicationVersion()
+{
+    return QStringLiteral(KI_PROJECT_VERSION);
+}
+
+} // namespace KastrelImporter
