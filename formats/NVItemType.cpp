@@ -18,8 +18,8 @@ const QString NVNoteDocumentTypeIdentifier = QStringLiteral("com.orvantis.nortav
 NVItemType NVItemTypeForEncryptedFileExtension(const QString &extension)
 {
     const QStringList table = {
-        QStringLiteral("__UNKNOWN__"),    NVEncryptedNoteFileExtension,  NVEncryptedDocumentFileExtension,
-        NVEncryptedImageFileExtension,    NVEncryptedMovieFileExtension, NVEncryptedSoundFileExtension,
+        QStringLiteral("__UNKNOWN__"),    NVEncryptedNoteFileExtension,    NVEncryptedDocumentFileExtension,
+        NVEncryptedImageFileExtension,    NVEncryptedMovieFileExtension,   NVEncryptedSoundFileExtension,
         NVEncryptedBookmarkFileExtension, NVEncryptedWebPageFileExtension,
     };
     const qsizetype position = table.indexOf(extension);

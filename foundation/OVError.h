@@ -20,5 +20,5 @@ struct OVError
 inline void OVSetError(OVError *error, const QString &domain, qint64 code, const QString &description)
 {
     if (error)
-        *error = OVError{domain, code, description};
+        *error = OVError {domain, code, description};
 }
