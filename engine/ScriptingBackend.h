@@ -1,0 +1,72 @@
+// The seam between the engine and the applications it drives. The engine's classes
+// (KastrelApplication and its elements, NortavelApplication) speak only to these interfaces;
+// the D-Bus client serves them for real and the tests' in-memory double serves them from a
+// model. Every call that cannot be answered as promised throws KSScriptingException.
+//
+// Values come back in the forms of the wire: QString for strings, int for integers, bool for
+// truth values, double (seconds since 1970 UTC) for dates, uint for four-character codes and
+// QDBusObjectPath for object references. Objects are named by their object paths.
+#pragma once
+
+#include <QStringList>
+#include <QVariant>
+#include <QVariantMap>
+#include <memory>
+#include <optional>
+
+// One connection to one source application. Used from one thread at a time.
+class KastrelScripting
+{
+public:
+    virtual ~KastrelScripting() = default;
+
+    // The bundle identifier the connection was made for.
+    virtual QString identifier() const = 0;
+
+    // The value of property `name` of `object`, or nothing when the object does not have it.
+    virtual std::optional<QVariant> property(const QString &object, const QString &name) = 0;
+
+    // The number of objects in element `element` of `container`.
+    virtual quint32 count(const QString &container, const QString &element) = 0;
+
+    // The objects of element `element` of `container`, in the source's order.
+    virtual QStringList elements(const QString &container, const QString &element) = 0;
+
+    // Has the source write the file of `items` (exactly one item) into `folder`; the absolute
+    // path of the written file, or a null string when the source wrote nothing.
+    virtual QString exportItems(const QStringList &items, const QString &folder) = 0;
+};
+
+// One connection to one target application.
+class NortavelScripting
+{
+public:
+    virtual ~NortavelScripting() = default;
+
+    virtual QString identifier() const = 0;
+
+    // The application's present properties.
+    virtual QVariantMap properties() = 0;
+
+    virtual void activate() = 0;
+
+    // `options` holds only the arguments that are present, already in their wire types.
+    virtual void importFiles(const QStringList &files, quint32 by, const QVariantMap &options) = 0;
+};
+
+// The applications of this desktop: which are installed, and connections to them.
+class ScriptingBackend
+{
+public:
+    virtual ~ScriptingBackend() = default;
+
+    // The path of the installed application's desktop entry, or a null string.
+    virtual QString absolutePathForAppBundleWithIdentifier(const QString &identifier) = 0;
+
+    // A connection to the source application with `identifier`, or null when there is no such
+    // application to talk to (not running and not startable).
+    virtual std::shared_ptr<KastrelScripting> kastrelWithBundleIdentifier(const QString &identifier) = 0;
+
+    // The same for a target application.
+    virtual std::shared_ptr<NortavelScripting> nortavelWithBundleIdentifier(const QString &identifier) = 0;
+};
