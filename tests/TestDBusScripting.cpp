@@ -1,0 +1,608 @@
+// The D-Bus client of the scripting interfaces against a scripted peer on the test's private
+// bus: every class, element and property read, absent values, failed calls of every sort
+// (error replies, vanished names, replies of the wrong type), export, the target's commands,
+// use from a worker thread, and the number of bus round trips the reads cost.
+#include "engine/DBusScriptingBackend.h"
+#include "engine/KSFourCharCode.h"
+#include "engine/KSScriptingException.h"
+#include "engine/KastrelApplication.h"
+#include "engine/NortavelApplication.h"
+
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusObjectPath>
+#include <QDBusVirtualObject>
+#include <QMutex>
+#include <QTemporaryDir>
+#include <QThread>
+#include <QtTest>
+#include <functional>
+
+namespace {
+
+const QString Kastrel4 = QStringLiteral("com.fendwick.kastrel4");
+const QString Nortavel = QStringLiteral("com.orvantis.Nortavel3");
+const QString KastrelInterface = QStringLiteral("com.fendwick.Kastrel.Scripting");
+const QString NortavelInterface = QStringLiteral("com.orvantis.Nortavel3.Scripting");
+
+template<typename Read> QString failureOf(Read read)
+{
+    try {
+        read();
+    } catch (const KSScriptingException &exception) {
+        return exception.reason();
+    }
+    return QString();
+}
+
+// A peer that serves either interface from a table, on a connection and a thread of its
+// own, so that the client's blocking calls really cross the bus.
+class ScriptedPeer : public QDBusVirtualObject
+{
+public:
+    QString introspect(const QString &) const override { return QString(); }
+
+    bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override
+    {
+        QMutexLocker lock(&mutex);
+        calls.append(message.member());
+        received.append(message);
+        if (const auto replacement = replacements.constFind(message.member()); replacement != replacements.constEnd()) {
+            connection.send(message.createReply(*replacement));
+            return true;
+        }
+        connection.send(answer(message));
+        return true;
+    }
+
+    QDBusMessage answer(const QDBusMessage &message)
+    {
+        const QVariantList arguments = message.arguments();
+        const QString member = message.member();
+        if (message.interface() == NortavelInterface) {
+            if (member == QLatin1String("Properties"))
+                return message.createReply(QVariant(properties.value(QStringLiteral("/"))));
+            if (member == QLatin1String("Activate") || member == QLatin1String("ImportFiles"))
+                return message.createReply();
+        } else if (message.interface() == KastrelInterface) {
+            if (member == QLatin1String("Properties")) {
+                QList<QVariantMap> dictionaries;
+                for (const QDBusObjectPath &path : qdbus_cast<QList<QDBusObjectPath>>(arguments.value(0))) {
+                    if (!properties.contains(path.path()))
+                        return unknownObject(message, path.path());
+                    dictionaries.append(properties.value(path.path()));
+                }
+                return message.createReply(QVariant::fromValue(dictionaries));
+            }
+            if (member == QLatin1String("Count") || member == QLatin1String("Elements")) {
+                const QString container = arguments.value(0).value<QDBusObjectPath>().path();
+                const QString key = container + QLatin1Char(' ') + arguments.value(1).toString();
+                if (!elements.contains(key))
+                    return unknownObject(message, key);
+                const QStringList paths = elements.value(key);
+                if (member == QLatin1String("Count"))
+                    return message.createReply(QVariant(uint(paths.size())));
+                QList<QDBusObjectPath> objectPaths;
+                for (const QString &path : paths)
+                    objectPaths.append(QDBusObjectPath(path));
+                return message.createReply(QVariant::fromValue(objectPaths));
+            }
+            if (member == QLatin1String("Export")) {
+                const QList<QDBusObjectPath> items = qdbus_cast<QList<QDBusObjectPath>>(arguments.value(0));
+                if (items.size() != 1 || !properties.contains(items.first().path()))
+                    return unknownObject(message, QStringLiteral("export"));
+                return message.createReply(QVariant(exports.value(items.first().path())));
+            }
+        }
+        return message.createErrorReply(QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod"), member);
+    }
+
+    static QDBusMessage unknownObject(const QDBusMessage &message, const QString &what)
+    {
+        return message.createErrorReply(QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"),
+                                        QStringLiteral("No such object: %1").arg(what));
+    }
+
+    int callCount(const QString &member)
+    {
+        QMutexLocker lock(&mutex);
+        return int(calls.count(member));
+    }
+
+    QMutex mutex;
+    QHash<QString, QVariantMap> properties;
+    QHash<QString, QStringList> elements; // "container element" -> objects
+    QHash<QString, QString> exports; // item -> answer
+    QHash<QString, QVariantList> replacements; // member -> reply arguments to answer instead
+    QStringList calls;
+    QList<QDBusMessage> received;
+};
+
+// Runs a ScriptedPeer under a well-known name until it is destroyed or quits.
+class PeerHost
+{
+public:
+    explicit PeerHost(const QString &name)
+        : m_name(name)
+        , m_connectionName(QStringLiteral("peer-") + name)
+    {
+        m_thread.start();
+        peer.moveToThread(&m_thread);
+        m_connection = std::make_unique<QDBusConnection>(
+            QDBusConnection::connectToBus(QDBusConnection::SessionBus, m_connectionName));
+        QVERIFY(m_connection->isConnected());
+        QVERIFY(m_connection->registerVirtualObject(QStringLiteral("/"), &peer));
+        QVERIFY(m_connection->registerService(name));
+    }
+
+    ~PeerHost()
+    {
+        quit();
+        m_thread.quit();
+        m_thread.wait();
+    }
+
+    // The application goes away: its name is released and its objects unregistered.
+    void quit()
+    {
+        if (!m_connection)
+            return;
+        m_connection->unregisterService(m_name);
+        m_connection->unregisterObject(QStringLiteral("/"));
+        m_connection.reset();
+        QDBusConnection::disconnectFromBus(m_connectionName);
+    }
+
+    ScriptedPeer peer;
+
+private:
+    QString m_name;
+    QString m_connectionName;
+    QThread m_thread;
+    std::unique_ptr<QDBusConnection> m_connection;
+};
+
+QVariant path(const QString &objectPath)
+{
+    return QVariant::fromValue(QDBusObjectPath(objectPath));
+}
+
+// A small library: two groups, a tag collection with two tags, two labels, one item of
+// every kind, as a version-2 source serves it.
+void fillLibrary(ScriptedPeer &peer, const QString &version)
+{
+    peer.properties.insert(QStringLiteral("/"), {{QStringLiteral("version"), version}});
+    peer.properties.insert(QStringLiteral("/g/1"),
+                           {{QStringLiteral("id"), QStringLiteral("G1")},
+                            {QStringLiteral("name"), QStringLiteral("Work")},
+                            {QStringLiteral("comments"), QStringLiteral("Office")}});
+    peer.properties.insert(
+        QStringLiteral("/g/2"),
+        {{QStringLiteral("id"), QStringLiteral("G2")}, {QStringLiteral("name"), QStringLiteral("")}});
+    peer.properties.insert(QStringLiteral("/tc/1"),
+                           {{QStringLiteral("id"), QStringLiteral("TC1")},
+                            {QStringLiteral("name"), QStringLiteral("Urgent")},
+                            {QStringLiteral("comments"), QStringLiteral("")},
+                            {QStringLiteral("tagCollectionBehavior"), 0x5467416Cu}});
+    peer.properties.insert(QStringLiteral("/t/1"), {{QStringLiteral("name"), QStringLiteral("home")}});
+    peer.properties.insert(QStringLiteral("/t/2"), {{QStringLiteral("name"), QStringLiteral("a,b")}});
+    peer.properties.insert(QStringLiteral("/l/1"),
+                           {{QStringLiteral("id"), QStringLiteral("L1")},
+                            {QStringLiteral("name"), QStringLiteral("Red")},
+                            {QStringLiteral("color"), QStringLiteral("rgb 1 0 0 1")}});
+    peer.properties.insert(QStringLiteral("/l/2"),
+                           {{QStringLiteral("id"), QStringLiteral("L2")},
+                            {QStringLiteral("name"), QStringLiteral("Grey")},
+                            {QStringLiteral("color"), QStringLiteral("gray 0.5 1")}});
+    const QStringList kinds {QStringLiteral("noteItems"),         QStringLiteral("bookmarkItems"),
+                             QStringLiteral("serialNumberItems"), QStringLiteral("passwordItems"),
+                             QStringLiteral("imageItems"),        QStringLiteral("pdfArchiveItems"),
+                             QStringLiteral("webArchiveItems")};
+    for (int i = 0; i < kinds.size(); ++i) {
+        const QString item = QStringLiteral("/i/%1").arg(i);
+        peer.properties.insert(item,
+                               {{QStringLiteral("id"), QStringLiteral("I%1").arg(i)},
+                                {QStringLiteral("name"), QStringLiteral("Item %1").arg(i)}});
+        peer.elements.insert(QStringLiteral("/ ") + kinds[i], {item});
+        peer.elements.insert(item + QStringLiteral(" tags"), {});
+    }
+    QVariantMap &note = peer.properties[QStringLiteral("/i/0")];
+    note.insert(QStringLiteral("comments"), QStringLiteral("see me"));
+    note.insert(QStringLiteral("creationDate"), 1234567890.25);
+    note.insert(QStringLiteral("modificationDate"), -86400.0);
+    note.insert(QStringLiteral("label"), path(QStringLiteral("/l/2")));
+    note.insert(QStringLiteral("encrypted"), true);
+    peer.properties[QStringLiteral("/i/1")].insert(QStringLiteral("location"), QStringLiteral("https://example.org/"));
+    peer.properties[QStringLiteral("/i/3")].insert(QStringLiteral("password"), QStringLiteral("x"));
+    peer.properties[QStringLiteral("/i/4")].insert(QStringLiteral("encrypted"), false);
+    peer.elements.insert(QStringLiteral("/i/0 tags"), {QStringLiteral("/t/1"), QStringLiteral("/t/2")});
+    peer.elements.insert(QStringLiteral("/ folderCollections"), {QStringLiteral("/g/1"), QStringLiteral("/g/2")});
+    peer.elements.insert(QStringLiteral("/g/1 databaseItems"), {QStringLiteral("/i/0"), QStringLiteral("/i/4")});
+    peer.elements.insert(QStringLiteral("/g/2 databaseItems"), {});
+    peer.elements.insert(QStringLiteral("/ tagCollections"), {QStringLiteral("/tc/1")});
+    peer.elements.insert(QStringLiteral("/tc/1 tags"), {QStringLiteral("/t/1"), QStringLiteral("/t/2")});
+    peer.elements.insert(QStringLiteral("/ labels"), {QStringLiteral("/l/1"), QStringLiteral("/l/2")});
+}
+
+} // namespace
+
+class TestDBusScripting : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { qDBusRegisterMetaType<QList<QVariantMap>>(); }
+
+    void readsEveryClassAndProperty()
+    {
+        PeerHost host(Kastrel4);
+        fillLibrary(host.peer, QStringLiteral("2.1"));
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+        QVERIFY(kastrel);
+        QCOMPARE(kastrel->version(), QStringLiteral("2.1"));
+
+        const QList<KastrelFolderCollection> groups = kastrel->folderCollections().get();
+        QCOMPARE(groups.size(), 2);
+        QCOMPARE(groups[0].id(), QStringLiteral("G1"));
+        QCOMPARE(groups[0].name(), QStringLiteral("Work"));
+        QCOMPARE(groups[0].comments(), QStringLiteral("Office"));
+        QVERIFY(!groups[1].name().isNull());
+        QVERIFY(groups[1].name().isEmpty());
+        QVERIFY(groups[1].comments().isNull());
+        QCOMPARE(groups[0].databaseItems().count(), 2u);
+        const QList<KastrelDatabaseItem> members = groups[0].databaseItems().get();
+        QCOMPARE(members[0].id(), QStringLiteral("I0"));
+        QCOMPARE(members[1].id(), QStringLiteral("I4"));
+        QVERIFY(groups[1].databaseItems().get().isEmpty());
+        // A version-2 source offers no "items".
+        QVERIFY(failureOf([&] { groups[0].items().get(); }).contains(QLatin1String("UnknownObject")));
+
+        const KastrelTagCollection collection = kastrel->tagCollections().get().value(0);
+        QCOMPARE(collection.id(), QStringLiteral("TC1"));
+        QCOMPARE(collection.name(), QStringLiteral("Urgent"));
+        QVERIFY(collection.comments().isEmpty());
+        QCOMPARE(collection.tagCollectionBehavior(), std::optional<quint32>(KSTagCollectionBehaviorMatchAll));
+        const QList<KastrelTag> tags = collection.tags().get();
+        QCOMPARE(tags.size(), 2);
+        QCOMPARE(tags[1].name(), QStringLiteral("a,b"));
+
+        const QList<KastrelLabel> labels = kastrel->labels().get();
+        QCOMPARE(labels[0].color(), QColor(Qt::red));
+        QCOMPARE(labels[1].name(), QStringLiteral("Grey"));
+        QCOMPARE(labels[1].color(), QColor::fromRgbF(0.5f, 0.5f, 0.5f, 1.0f));
+
+        const KastrelDatabaseItem note = kastrel->noteItems().get().value(0);
+        QCOMPARE(note.kind(), KastrelItemKind::Note);
+        QCOMPARE(note.name(), QStringLiteral("Item 0"));
+        QCOMPARE(note.comments(), QStringLiteral("see me"));
+        QCOMPARE(note.creationDate(), QDateTime::fromMSecsSinceEpoch(1234567890250, Qt::UTC));
+        QCOMPARE(note.modificationDate(), QDateTime(QDate(1969, 12, 31), QTime(0, 0), Qt::UTC));
+        QVERIFY(note.respondsToEncrypted());
+        QCOMPARE(note.encrypted(), std::optional<bool>(true));
+        QCOMPARE(note.label().value().id(), QStringLiteral("L2"));
+        QCOMPARE(note.tags().count(), 2u);
+        QCOMPARE(note.tags().get().value(0).name(), QStringLiteral("home"));
+
+        const KastrelDatabaseItem bookmark = kastrel->bookmarkItems().get().value(0);
+        QCOMPARE(bookmark.kind(), KastrelItemKind::Bookmark);
+        QCOMPARE(bookmark.location(), QStringLiteral("https://example.org/"));
+        QVERIFY(!bookmark.respondsToEncrypted());
+        QCOMPARE(bookmark.encrypted(), std::nullopt);
+        QVERIFY(!bookmark.label());
+        QVERIFY(bookmark.creationDate().isNull());
+        QVERIFY(bookmark.comments().isNull());
+        QVERIFY(bookmark.tags().get().isEmpty());
+
+        const KastrelDatabaseItem password = kastrel->passwordItems().get().value(0);
+        QVERIFY(password.respondsToPassword());
+        QVERIFY(!password.respondsToEncrypted());
+        QCOMPARE(kastrel->serialNumberItems().get().value(0).name(), QStringLiteral("Item 2"));
+        QCOMPARE(kastrel->imageItems().get().value(0).encrypted(), std::optional<bool>(false));
+        QCOMPARE(kastrel->pdfArchiveItems().count(), 1u);
+        QCOMPARE(kastrel->webArchiveItems().get().value(0).id(), QStringLiteral("I6"));
+    }
+
+    void sourceWithoutVersionAnswersNone()
+    {
+        PeerHost host(Kastrel4);
+        host.peer.properties.insert(QStringLiteral("/"), {});
+        DBusScriptingBackend backend;
+        QVERIFY(KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4)->version().isNull());
+    }
+
+    void listsFetchTheirPropertiesInOneCall()
+    {
+        PeerHost host(Kastrel4);
+        fillLibrary(host.peer, QStringLiteral("2.1"));
+        QStringList many;
+        for (int i = 0; i < 2500; ++i) {
+            const QString item = QStringLiteral("/many/%1").arg(i);
+            host.peer.properties.insert(item, {{QStringLiteral("id"), QString::number(i)}});
+            many.append(item);
+        }
+        host.peer.elements.insert(QStringLiteral("/ noteItems"), many);
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+        const quint64 before = backend.roundTripCount();
+        QStringList ids;
+        for (const KastrelDatabaseItem &item : kastrel->noteItems().get())
+            ids.append(item.id());
+        QCOMPARE(ids.size(), 2500);
+        QCOMPARE(ids.last(), QStringLiteral("2499"));
+        // One Elements call and three Properties calls of at most a thousand objects.
+        QCOMPARE(backend.roundTripCount() - before, 4u);
+        QCOMPARE(host.peer.callCount(QStringLiteral("Properties")), 3);
+
+        // Read again, and through a second listing: all from the cache but the listing.
+        for (const KastrelDatabaseItem &item : kastrel->noteItems().get())
+            item.name();
+        QCOMPARE(backend.roundTripCount() - before, 5u);
+    }
+
+    void recurringTagsAndLabelsAreReadOnce()
+    {
+        PeerHost host(Kastrel4);
+        fillLibrary(host.peer, QStringLiteral("2.1"));
+        QStringList items;
+        for (int i = 0; i < 50; ++i) {
+            const QString item = QStringLiteral("/tagged/%1").arg(i);
+            host.peer.properties.insert(
+                item,
+                {{QStringLiteral("id"), QString::number(i)}, {QStringLiteral("label"), path(QStringLiteral("/l/1"))}});
+            host.peer.elements.insert(item + QStringLiteral(" tags"), {QStringLiteral("/t/1"), QStringLiteral("/t/2")});
+            items.append(item);
+        }
+        host.peer.elements.insert(QStringLiteral("/ imageItems"), items);
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+        for (const KastrelDatabaseItem &item : kastrel->imageItems().get()) {
+            QStringList names;
+            for (const KastrelTag &tag : item.tags().get())
+                names.append(tag.name());
+            QCOMPARE(names.join(QLatin1Char(',')), QStringLiteral("home,a,b"));
+            QCOMPARE(item.label().value().id(), QStringLiteral("L1"));
+        }
+        // Elements and Properties of the list, then per item only its tags' Elements; the
+        // tags' and the label's properties once.
+        QCOMPARE(host.peer.callCount(QStringLiteral("Elements")), 51);
+        QCOMPARE(host.peer.callCount(QStringLiteral("Properties")), 3);
+    }
+
+    void exportOfManyItemsStaysWithinThreeRoundTripsEach()
+    {
+        PeerHost host(Kastrel4);
+        fillLibrary(host.peer, QStringLiteral("2.1"));
+        QStringList items;
+        const int count = 300;
+        for (int i = 0; i < count; ++i) {
+            const QString item = QStringLiteral("/budget/%1").arg(i);
+            host.peer.properties.insert(item,
+                                        {{QStringLiteral("id"), QString::number(i)},
+                                         {QStringLiteral("name"), QStringLiteral("Note %1").arg(i)},
+                                         {QStringLiteral("comments"), QStringLiteral("c")},
+                                         {QStringLiteral("creationDate"), 1.0},
+                                         {QStringLiteral("modificationDate"), 2.0},
+                                         {QStringLiteral("encrypted"), false},
+                                         {QStringLiteral("label"), path(QStringLiteral("/l/%1").arg(1 + i % 2))}});
+            host.peer.elements.insert(item + QStringLiteral(" tags"), {QStringLiteral("/t/%1").arg(1 + i % 2)});
+            host.peer.exports.insert(item, QStringLiteral("/tmp/Note %1.rtf").arg(i));
+            items.append(item);
+        }
+        host.peer.elements.insert(QStringLiteral("/ noteItems"), items);
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+        const quint64 before = backend.roundTripCount();
+        // What an item export reads: the list and its count, then per item the export, its
+        // properties, its tags' names, its label's id.
+        QCOMPARE(kastrel->noteItems().count(), quint32(count));
+        for (const KastrelDatabaseItem &item : kastrel->noteItems().get()) {
+            QVERIFY(!item.name().isEmpty());
+            QVERIFY(!kastrel->exportTo({item}, QDir::tempPath()).isNull());
+            item.id();
+            item.comments();
+            item.creationDate();
+            item.modificationDate();
+            if (item.respondsToEncrypted())
+                item.encrypted();
+            item.respondsToPassword();
+            for (const KastrelTag &tag : item.tags().get())
+                tag.name();
+            item.label()->id();
+        }
+        const quint64 trips = backend.roundTripCount() - before;
+        QVERIFY2(trips <= quint64(3 * count), qPrintable(QString::number(trips)));
+        QVERIFY2(trips <= quint64(2 * count + 10), qPrintable(QString::number(trips)));
+    }
+
+    void exportAnswersThePathOrNothing()
+    {
+        PeerHost host(Kastrel4);
+        fillLibrary(host.peer, QStringLiteral("2.1"));
+        host.peer.exports.insert(QStringLiteral("/i/0"), QStringLiteral("/tmp/export/Item 0.rtfd"));
+        host.peer.exports.insert(QStringLiteral("/i/4"), QString(QLatin1String("")));
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+        const KastrelDatabaseItem note = kastrel->noteItems().get().value(0);
+        QCOMPARE(kastrel->exportTo({note}, QStringLiteral("/tmp/export")), QStringLiteral("/tmp/export/Item 0.rtfd"));
+        QVERIFY(kastrel->exportTo(kastrel->imageItems().get(), QStringLiteral("/tmp/export")).isNull());
+
+        QMutexLocker lock(&host.peer.mutex);
+        const QDBusMessage call = host.peer.received.last();
+        QCOMPARE(call.member(), QStringLiteral("Export"));
+        QCOMPARE(call.signature(), QStringLiteral("aos"));
+        QCOMPARE(qdbus_cast<QList<QDBusObjectPath>>(call.arguments().value(0)),
+                 QList<QDBusObjectPath> {QDBusObjectPath(QStringLiteral("/i/4"))});
+        QCOMPARE(call.arguments().value(1).toString(), QStringLiteral("/tmp/export"));
+    }
+
+    void errorRepliesFailWithWhatWasAsked()
+    {
+        PeerHost host(Kastrel4);
+        fillLibrary(host.peer, QStringLiteral("2.1"));
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+        const KastrelDatabaseItem ghost(kastrel->scripting(), QStringLiteral("/ghost/1"), KastrelItemKind::Note);
+        const QString failure = failureOf([&] { ghost.name(); });
+        QVERIFY2(failure.contains(QLatin1String("Properties")) && failure.contains(QLatin1String("/ghost/1"))
+                     && failure.contains(Kastrel4) && failure.contains(QLatin1String("UnknownObject")),
+                 qPrintable(failure));
+        const QString countFailure = failureOf([&] { ghost.tags().count(); });
+        QVERIFY2(countFailure.contains(QLatin1String("Count")) && countFailure.contains(QLatin1String("\"tags\"")),
+                 qPrintable(countFailure));
+        QVERIFY(failureOf([&] { kastrel->exportTo({ghost}, QDir::tempPath()); }).contains(QLatin1String("Export")));
+    }
+
+    void repliesOfTheWrongTypeFail_data()
+    {
+        QTest::addColumn<QString>("member");
+        QTest::addColumn<QVariantList>("reply");
+        QTest::newRow("count as string") << QStringLiteral("Count") << QVariantList {QStringLiteral("3")};
+        QTest::newRow("count as int") << QStringLiteral("Count") << QVariantList {3};
+        QTest::newRow("elements as strings")
+            << QStringLiteral("Elements") << QVariantList {QStringList {QStringLiteral("/i/0")}};
+        QTest::newRow("elements with two answers")
+            << QStringLiteral("Elements") << QVariantList {QVariant::fromValue(QList<QDBusObjectPath>()), 1};
+        QTest::newRow("properties as one dictionary")
+            << QStringLiteral("Properties") << QVariantList {QVariantMap {{QStringLiteral("id"), QStringLiteral("x")}}};
+        QTest::newRow("properties of too few objects")
+            << QStringLiteral("Properties") << QVariantList {QVariant::fromValue(QList<QVariantMap>())};
+        QTest::newRow("properties of too many objects")
+            << QStringLiteral("Properties") << QVariantList {QVariant::fromValue(QList<QVariantMap> {{}, {}})};
+        QTest::newRow("export as object path")
+            << QStringLiteral("Export") << QVariantList {path(QStringLiteral("/tmp/x"))};
+        QTest::newRow("export without answer") << QStringLiteral("Export") << QVariantList {};
+    }
+
+    void repliesOfTheWrongTypeFail()
+    {
+        QFETCH(QString, member);
+        QFETCH(QVariantList, reply);
+        PeerHost host(Kastrel4);
+        fillLibrary(host.peer, QStringLiteral("2.1"));
+        host.peer.replacements.insert(member, reply);
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+        const KastrelDatabaseItem note(kastrel->scripting(), QStringLiteral("/i/0"), KastrelItemKind::Note);
+        const QString failure = failureOf([&] {
+            if (member == QLatin1String("Count"))
+                kastrel->noteItems().count();
+            else if (member == QLatin1String("Elements"))
+                kastrel->noteItems().get();
+            else if (member == QLatin1String("Properties"))
+                note.id();
+            else
+                kastrel->exportTo({note}, QDir::tempPath());
+        });
+        QVERIFY2(failure.contains(member) && failure.contains(Kastrel4), qPrintable(failure));
+    }
+
+    void propertiesOfTheWrongTypeFail()
+    {
+        PeerHost host(Kastrel4);
+        fillLibrary(host.peer, QStringLiteral("2.1"));
+        host.peer.properties[QStringLiteral("/i/0")] = {{QStringLiteral("name"), 7},
+                                                        {QStringLiteral("creationDate"), QStringLiteral("today")},
+                                                        {QStringLiteral("label"), QStringLiteral("/l/1")},
+                                                        {QStringLiteral("encrypted"), 1u},
+                                                        {QStringLiteral("comments"), QStringList {}}};
+        host.peer.properties[QStringLiteral("/tc/1")].insert(QStringLiteral("tagCollectionBehavior"), 5);
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+        const KastrelDatabaseItem note = kastrel->noteItems().get().value(0);
+        QVERIFY(failureOf([&] { note.name(); }).contains(QLatin1String("\"name\" of /i/0")));
+        QVERIFY(!failureOf([&] { note.creationDate(); }).isNull());
+        QVERIFY(!failureOf([&] { note.label(); }).isNull());
+        QVERIFY(!failureOf([&] { note.encrypted(); }).isNull());
+        QVERIFY(!failureOf([&] { note.comments(); }).isNull());
+        QVERIFY(!failureOf([&] { kastrel->tagCollections().get().value(0).tagCollectionBehavior(); }).isNull());
+    }
+
+    void vanishedApplicationFails()
+    {
+        auto host = std::make_unique<PeerHost>(Kastrel4);
+        fillLibrary(host->peer, QStringLiteral("2.1"));
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+        const QList<KastrelDatabaseItem> notes = kastrel->noteItems().get();
+        host->quit();
+        const QString failure = failureOf([&] { kastrel->exportTo(notes, QDir::tempPath()); });
+        QVERIFY2(failure.contains(Kastrel4) && failure.contains(QLatin1String("ServiceUnknown")), qPrintable(failure));
+        QVERIFY(!failureOf([&] { kastrel->labels().count(); }).isNull());
+        QVERIFY(!KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4));
+    }
+
+    void drivesTheTarget()
+    {
+        PeerHost host(Nortavel);
+        host.peer.properties.insert(QStringLiteral("/"), {{QStringLiteral("version"), QStringLiteral("3.5.2")}});
+        DBusScriptingBackend backend;
+        const auto nortavel = NortavelApplication::applicationWithBundleIdentifier(backend, Nortavel);
+        QVERIFY(nortavel);
+        QCOMPARE(nortavel->version(), QStringLiteral("3.5.2"));
+        nortavel->activate();
+        NortavelImportOptions options;
+        options.withRating = 0;
+        nortavel->importFiles({QStringLiteral("/tmp/Kastrel/Kastrel.nvlibxml")}, KSNortavelImportMethodCopy, options);
+
+        QMutexLocker lock(&host.peer.mutex);
+        QCOMPARE(
+            host.peer.calls,
+            (QStringList {QStringLiteral("Properties"), QStringLiteral("Activate"), QStringLiteral("ImportFiles")}));
+        const QDBusMessage import = host.peer.received.last();
+        QCOMPARE(import.interface(), NortavelInterface);
+        QCOMPARE(import.path(), QStringLiteral("/"));
+        QCOMPARE(import.signature(), QStringLiteral("asua{sv}"));
+        QCOMPARE(import.arguments().value(0).toStringList(),
+                 QStringList {QStringLiteral("/tmp/Kastrel/Kastrel.nvlibxml")});
+        QCOMPARE(import.arguments().value(1).toUInt(), 0x54666370u);
+        const QVariantMap sent = qdbus_cast<QVariantMap>(import.arguments().value(2));
+        QCOMPARE(sent.keys(), QStringList {QStringLiteral("withRating")});
+        QCOMPARE(sent.value(QStringLiteral("withRating")).metaType(), QMetaType::fromType<int>());
+        QCOMPARE(sent.value(QStringLiteral("withRating")).toInt(), 0);
+    }
+
+    void targetWithoutVersionOrWithAWrongOne()
+    {
+        PeerHost host(Nortavel);
+        host.peer.properties.insert(QStringLiteral("/"), {});
+        DBusScriptingBackend backend;
+        const auto nortavel = NortavelApplication::applicationWithBundleIdentifier(backend, Nortavel);
+        QVERIFY(nortavel->version().isNull());
+        {
+            QMutexLocker lock(&host.peer.mutex);
+            host.peer.properties.insert(QStringLiteral("/"), {{QStringLiteral("version"), 35}});
+        }
+        QVERIFY(failureOf([&] { nortavel->version(); }).contains(QLatin1String("version")));
+        {
+            QMutexLocker lock(&host.peer.mutex);
+            host.peer.replacements.insert(QStringLiteral("Activate"), {true});
+        }
+        QVERIFY(failureOf([&] { nortavel->activate(); }).contains(QLatin1String("Activate")));
+    }
+
+    void worksFromAWorkerThread()
+    {
+        PeerHost host(Kastrel4);
+        fillLibrary(host.peer, QStringLiteral("2.1"));
+        DBusScriptingBackend backend;
+        QStringList names;
+        QString failure;
+        std::unique_ptr<QThread> worker(QThread::create([&] {
+            failure = failureOf([&] {
+                const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+                for (const KastrelLabel &label : kastrel->labels().get())
+                    names.append(label.name());
+            });
+        }));
+        worker->start();
+        QVERIFY(worker->wait());
+        QVERIFY2(failure.isNull(), qPrintable(failure));
+        QCOMPARE(names, (QStringList {QStringLiteral("Red"), QStringLiteral("Grey")}));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestDBusScripting)
+#include "TestDBusScripting.moc"
