@@ -66,7 +66,8 @@ QString KastrelObject::stringProperty(const QString &name) const
 
 QString KastrelObject::describeProperty(const QString &name) const
 {
-    return QStringLiteral("Property \"%1\" of %2 in %3").arg(name, m_objectPath, m_scripting->identifier());
+    const QString application = m_scripting ? m_scripting->identifier() : QStringLiteral("no application");
+    return QStringLiteral("Property \"%1\" of %2 in %3").arg(name, m_objectPath, application);
 }
 
 QString KastrelIdentifiedObject::id() const

@@ -437,6 +437,21 @@ private slots:
         QVERIFY(!failureOf([&] { wrong->version(); }).isNull());
     }
 
+    void objectsThatReferToNothingFail()
+    {
+        const KastrelDatabaseItem item;
+        QVERIFY(item.isNull());
+        QCOMPARE(item.kind(), KastrelItemKind::Unspecified);
+        QVERIFY(!failureOf([&] { item.name(); }).isNull());
+        QVERIFY(!failureOf([&] { item.tags().count(); }).isNull());
+        const KastrelApplication application;
+        QVERIFY(application.isNull());
+        QVERIFY(application.bundleIdentifier().isNull());
+        QVERIFY(!failureOf([&] { application.version(); }).isNull());
+        QVERIFY(!failureOf([&] { application.labels().get(); }).isNull());
+        QVERIFY(!failureOf([&] { application.exportTo({item}, QDir::tempPath()); }).isNull());
+    }
+
     void worksFromAWorkerThread()
     {
         InMemoryScripting scripting;
