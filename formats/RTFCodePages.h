@@ -1,0 +1,29 @@
+// Code pages of eight-bit text: which one an RTF font or document uses, decoding bytes in
+// it, and guessing the legacy encoding of a plain-text file that is not Unicode.
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+namespace RTFCodePages {
+
+constexpr int WindowsLatin1 = 1252;
+constexpr int MacRoman = 10000;
+
+// The code page of a font with the given \fcharset in a document whose own code page is
+// `documentCodePage`. Charset 0 ("ANSI") follows the document except in documents with a
+// multi-byte code page, where macOS writers still put Western bytes under it.
+int codePageForCharset(int charset, int documentCodePage);
+
+// True for the double-byte code pages, whose bytes must be decoded in sequence.
+bool isMultiByte(int codePage);
+
+// The bytes decoded in the code page. Unknown code pages decode as Windows Latin 1; bytes
+// that do not decode become U+FFFD.
+QString decode(const QByteArray &bytes, int codePage);
+
+// Decodes text of unknown eight-bit encoding, choosing between Windows Latin 1 and Mac Roman
+// by which one yields more letters.
+QString decodeLegacyText(const QByteArray &bytes);
+
+} // namespace RTFCodePages

@@ -1,0 +1,155 @@
+// RTFD packages in memory and on disk.
+#include "formats/RTFDPackage.h"
+
+#include "formats/DirectoryReplacement.h"
+#include "formats/RTFReader.h"
+#include "formats/RTFWriter.h"
+#include "formats/RichTextAttributes.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <QTextDocument>
+
+const QString RTFDPackage::textFileName = QStringLiteral("TXT.rtf");
+
+bool RTFDPackage::fromDocument(const QTextDocument *document, const QVariantMap &documentAttributes,
+                               RTFDPackage *package, OVError *error, const QSet<QString> &reservedNames)
+{
+    if (!package) {
+        RichText::setError(error, RichText::FileWriteUnknownError, QStringLiteral("There is no package to fill."));
+        return false;
+    }
+    RTFWriter writer;
+    writer.setAttachmentMode(RTFWriter::AttachmentMode::PackageReferences);
+    QSet<QString> reserved = reservedNames;
+    reserved.insert(textFileName);
+    writer.setReservedFileNames(reserved);
+    QByteArray rtf;
+    if (!writer.write(document, &rtf, documentAttributes, error))
+        return false;
+    package->m_files.clear();
+    package->m_files.insert(textFileName, rtf);
+    for (const RTFWriter::Attachment &attachment : writer.attachments())
+        package->m_files.insert(attachment.fileName, attachment.contents);
+    return true;
+}
+
+bool RTFDPackage::readFromDirectory(const QString &path, OVError *error)
+{
+    m_files.clear();
+    const QFileInfo info(path);
+    if (!info.exists()) {
+        RichText::setError(
+            error, RichText::FileReadNoSuchFileError,
+            QStringLiteral("The file \u201c%1\u201d couldn\u2019t be opened because there is no such file.")
+                .arg(info.fileName()));
+        return false;
+    }
+    if (!info.isDir()) {
+        RichText::setError(error, RichText::FileReadCorruptFileError,
+                           QStringLiteral("The file \u201c%1\u201d is not a rich-text package.").arg(info.fileName()));
+        return false;
+    }
+    QDirIterator entries(path, QDir::Files | QDir::Hidden | QDir::NoSymLinks | QDir::NoDotAndDotDot);
+    while (entries.hasNext()) {
+        const QString filePath = entries.next();
+        QFile file(filePath);
+        if (!file.open(QIODevice::ReadOnly)) {
+            RichText::setError(error, RichText::FileReadUnknownError, file.errorString());
+            m_files.clear();
+            return false;
+        }
+        m_files.insert(entries.fileName(), file.readAll());
+    }
+    if (!m_files.contains(textFileName)) {
+        RichText::setError(error, RichText::FileReadCorruptFileError,
+                           QStringLiteral("The file \u201c%1\u201d has no text.").arg(info.fileName()));
+        m_files.clear();
+        return false;
+    }
+    return true;
+}
+
+bool RTFDPackage::toDocument(QTextDocument *document, QVariantMap *documentAttributes, OVError *error) const
+{
+    RTFReader reader;
+    // Only members of the package are handed out: a name with a folder part ("../x") is no
+    // member, whatever it resolves to on disk.
+    reader.setAttachmentLoader([this](const QString &name, QByteArray *contents) {
+        const auto found = m_files.constFind(name);
+        if (found == m_files.constEnd() || name == textFileName)
+            return false;
+        *contents = found.value();
+        return true;
+    });
+    if (!reader.read(m_files.value(textFileName), document, error))
+        return false;
+    if (documentAttributes) {
+        *documentAttributes = reader.documentAttributes();
+        documentAttributes->insert(RichText::DocumentTypeAttribute, RichText::RTFDDocumentType);
+    }
+    return true;
+}
+
+bool RTFDPackage::writeToDirectory(const QString &path, OVError *error) const
+{
+    const QFileInfo target(path);
+    const QString parent = target.absolutePath();
+    if (target.fileName().isEmpty() || !QFileInfo(parent).isDir()) {
+        RichText::setError(error, RichText::FileWriteInvalidFileNameError,
+                           QStringLiteral("The folder for \u201c%1\u201d doesn\u2019t exist.").arg(path));
+        return false;
+    }
+    QTemporaryDir staging(parent + QStringLiteral("/.") + target.fileName() + QStringLiteral(".XXXXXX"));
+    if (!staging.isValid()) {
+        RichText::setError(error, RichText::FileWriteUnknownError,
+                           QStringLiteral("The file \u201c%1\u201d couldn\u2019t be saved: %2")
+                               .arg(target.fileName(), staging.errorString()));
+        return false;
+    }
+    for (auto it = m_files.constBegin(); it != m_files.constEnd(); ++it) {
+        if (it.key().isEmpty() || it.key().contains(QLatin1Char('/')) || it.key() == QLatin1String(".")
+            || it.key() == QLatin1String("..")) {
+            RichText::setError(error, RichText::FileWriteInvalidFileNameError,
+                               QStringLiteral("\u201c%1\u201d is not a valid file name in a package.").arg(it.key()));
+            return false;
+        }
+        QFile file(staging.filePath(it.key()));
+        if (!file.open(QIODevice::WriteOnly) || file.write(it.value()) != it.value().size() || !file.flush()) {
+            RichText::setError(error, RichText::FileWriteUnknownError,
+                               QStringLiteral("The file \u201c%1\u201d couldn\u2019t be saved: %2")
+                                   .arg(target.fileName(), file.errorString()));
+            return false;
+        }
+    }
+    QFile::setPermissions(staging.path(),
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner
+                              | QFileDevice::ReadGroup | QFileDevice::ExeGroup | QFileDevice::ReadOther
+                              | QFileDevice::ExeOther);
+    QString reason;
+    if (!DirectoryReplacement::replace(staging.path(), target.absoluteFilePath(), &reason)) {
+        RichText::setError(
+            error, RichText::FileWriteUnknownError,
+            QStringLiteral("The file \u201c%1\u201d couldn\u2019t be saved: %2").arg(target.fileName(), reason));
+        return false;
+    }
+    staging.setAutoRemove(false);
+    return true;
+}
+
+bool RTFDPackage::readDocument(const QString &path, QTextDocument *document, QVariantMap *documentAttributes,
+                               OVError *error)
+{
+    RTFDPackage package;
+    return package.readFromDirectory(path, error) && package.toDocument(document, documentAttributes, error);
+}
+
+bool RTFDPackage::writeDocument(const QTextDocument *document, const QString &path,
+                                const QVariantMap &documentAttributes, OVError *error)
+{
+    RTFDPackage package;
+    return fromDocument(document, documentAttributes, &package, error) && package.writeToDirectory(path, error);
+}

@@ -1,0 +1,1597 @@
+// The RTF reader: one pass over the bytes with a stack of group states. Text collects into
+// runs of equal formatting that go into the document through one cursor, so the work grows
+// with the size of the input. Nesting deeper than the stack allows is read into the deepest
+// state instead of growing the stack.
+#include "formats/RTFReader.h"
+
+#include "formats/RTFCodePages.h"
+#include "formats/RichTextAttachment.h"
+#include "formats/RichTextAttributes.h"
+
+#include <QColor>
+#include <QIODevice>
+#include <QList>
+#include <QTextBlockFormat>
+#include <QTextCharFormat>
+#include <QTextCursor>
+#include <QTextDocument>
+#include <QTextOption>
+#include <climits>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace {
+
+constexpr size_t maxGroupDepth = 2048;
+constexpr qint64 maxParameter = 1 << 24;
+constexpr int maxControlWordLength = 32;
+
+enum class Destination : quint8 {
+    Text,
+    Skip,
+    FontTable,
+    ColorTable,
+    ExpandedColorTable,
+    Picture,
+    FieldInstruction,
+    Attachment,
+    Info,
+    InfoField,
+    Background,
+    ShapeProperty,
+    ShapePropertyName,
+    ShapePropertyValue,
+};
+
+enum class Underline : quint8 { None, Single, Dotted, Dashed, Wave };
+enum class Script : quint8 { None, Super, Sub };
+
+struct CharState
+{
+    int font = -1;
+    int halfPoints = 24;
+    int foreground = 0;
+    int background = 0;
+    int underlineColor = 0;
+    int link = -1;
+    Underline underline = Underline::None;
+    Script script = Script::None;
+    bool bold = false;
+    bool italic = false;
+    bool strike = false;
+
+    bool operator==(const CharState &o) const
+    {
+        return font == o.font && halfPoints == o.halfPoints && foreground == o.foreground && background == o.background
+            && underlineColor == o.underlineColor && link == o.link && underline == o.underline && script == o.script
+            && bold == o.bold && italic == o.italic && strike == o.strike;
+    }
+    bool operator!=(const CharState &o) const { return !(*this == o); }
+};
+
+struct ParaState
+{
+    int alignment = -1;
+    int leftIndent = 0;
+    int rightIndent = 0;
+    int firstIndent = 0;
+    int spaceBefore = 0;
+    int spaceAfter = 0;
+    int lineSpacing = 0;
+    bool lineMultiple = false;
+    bool rightToLeft = false;
+    QTextOption::TabType pendingTabType = QTextOption::LeftTab;
+    QList<QTextOption::Tab> tabs;
+
+    bool operator==(const ParaState &o) const
+    {
+        return alignment == o.alignment && leftIndent == o.leftIndent && rightIndent == o.rightIndent
+            && firstIndent == o.firstIndent && spaceBefore == o.spaceBefore && spaceAfter == o.spaceAfter
+            && lineSpacing == o.lineSpacing && lineMultiple == o.lineMultiple && rightToLeft == o.rightToLeft
+            && tabs == o.tabs;
+    }
+};
+
+struct Group
+{
+    CharState chars;
+    ParaState para;
+    Destination destination = Destination::Text;
+    bool startsDestination = false;
+    bool swallowAttachmentCharacter = false;
+    int unicodeSkip = 1;
+    int infoField = -1;
+};
+
+enum class Keyword {
+    Ansi,
+    Mac,
+    Pc,
+    Pca,
+    AnsiCodePage,
+    DefaultFont,
+    FontTable,
+    Font,
+    FontCharset,
+    FontFamilyNil,
+    FontFamilyRoman,
+    FontFamilySwiss,
+    FontFamilyModern,
+    FontFamilyScript,
+    FontFamilyDecor,
+    FontFamilyTech,
+    ColorTable,
+    Red,
+    Green,
+    Blue,
+    ExpandedColorTable,
+    ColorSpaceRGB,
+    ColorSpaceGray,
+    Component,
+    Par,
+    Line,
+    Tab,
+    EmDash,
+    EnDash,
+    Bullet,
+    LeftQuote,
+    RightQuote,
+    LeftDoubleQuote,
+    RightDoubleQuote,
+    EmSpace,
+    EnSpace,
+    QuarterEmSpace,
+    ZeroWidthJoiner,
+    ZeroWidthNonJoiner,
+    LeftToRightMark,
+    RightToLeftMark,
+    Cell,
+    Unicode,
+    UnicodeSkip,
+    Binary,
+    ParagraphDefault,
+    Plain,
+    AlignLeft,
+    AlignCenter,
+    AlignRight,
+    AlignJustify,
+    LeftIndent,
+    RightIndent,
+    FirstIndent,
+    SpaceBefore,
+    SpaceAfter,
+    LineSpacing,
+    LineMultiple,
+    TabStop,
+    TabRight,
+    TabCenter,
+    TabDecimal,
+    RightToLeftParagraph,
+    LeftToRightParagraph,
+    Bold,
+    Italic,
+    UnderlineSingle,
+    UnderlineDotted,
+    UnderlineDashed,
+    UnderlineWave,
+    UnderlineNone,
+    UnderlineColor,
+    Strike,
+    FontSize,
+    Foreground,
+    Background,
+    Superscript,
+    Subscript,
+    NoSuperSub,
+    Picture,
+    PngBlip,
+    JpegBlip,
+    OtherBlip,
+    PictureWidthGoal,
+    PictureHeightGoal,
+    PictureScaleX,
+    PictureScaleY,
+    ShapePicture,
+    Field,
+    FieldInstruction,
+    FieldResult,
+    NeXTGraphic,
+    Width,
+    Height,
+    Info,
+    InfoTitle,
+    InfoAuthor,
+    InfoSubject,
+    InfoKeywords,
+    InfoComment,
+    DocumentBackground,
+    Shape,
+    ShapeInstance,
+    ShapeProperty,
+    ShapePropertyName,
+    ShapePropertyValue,
+    ObjectResult,
+    SkippedDestination,
+};
+
+const std::unordered_map<std::string_view, Keyword> &keywords()
+{
+    static const std::unordered_map<std::string_view, Keyword> table = {
+        {"ansi", Keyword::Ansi},
+        {"mac", Keyword::Mac},
+        {"pc", Keyword::Pc},
+        {"pca", Keyword::Pca},
+        {"ansicpg", Keyword::AnsiCodePage},
+        {"deff", Keyword::DefaultFont},
+        {"fonttbl", Keyword::FontTable},
+        {"f", Keyword::Font},
+        {"fcharset", Keyword::FontCharset},
+        {"fnil", Keyword::FontFamilyNil},
+        {"froman", Keyword::FontFamilyRoman},
+        {"fswiss", Keyword::FontFamilySwiss},
+        {"fmodern", Keyword::FontFamilyModern},
+        {"fscript", Keyword::FontFamilyScript},
+        {"fdecor", Keyword::FontFamilyDecor},
+        {"ftech", Keyword::FontFamilyTech},
+        {"fbidi", Keyword::FontFamilyNil},
+        {"colortbl", Keyword::ColorTable},
+        {"red", Keyword::Red},
+        {"green", Keyword::Green},
+        {"blue", Keyword::Blue},
+        {"expandedcolortbl", Keyword::ExpandedColorTable},
+        {"cssrgb", Keyword::ColorSpaceRGB},
+        {"csgenericrgb", Keyword::ColorSpaceRGB},
+        {"csdevicergb", Keyword::ColorSpaceRGB},
+        {"csgray", Keyword::ColorSpaceGray},
+        {"csgenericgray", Keyword::ColorSpaceGray},
+        {"c", Keyword::Component},
+        {"par", Keyword::Par},
+        {"sect", Keyword::Par},
+        {"page", Keyword::Par},
+        {"row", Keyword::Par},
+        {"nestrow", Keyword::Par},
+        {"line", Keyword::Line},
+        {"tab", Keyword::Tab},
+        {"emdash", Keyword::EmDash},
+        {"endash", Keyword::EnDash},
+        {"bullet", Keyword::Bullet},
+        {"lquote", Keyword::LeftQuote},
+        {"rquote", Keyword::RightQuote},
+        {"ldblquote", Keyword::LeftDoubleQuote},
+        {"rdblquote", Keyword::RightDoubleQuote},
+        {"emspace", Keyword::EmSpace},
+        {"enspace", Keyword::EnSpace},
+        {"qmspace", Keyword::QuarterEmSpace},
+        {"zwj", Keyword::ZeroWidthJoiner},
+        {"zwnj", Keyword::ZeroWidthNonJoiner},
+        {"ltrmark", Keyword::LeftToRightMark},
+        {"rtlmark", Keyword::RightToLeftMark},
+        {"cell", Keyword::Cell},
+        {"nestcell", Keyword::Cell},
+        {"u", Keyword::Unicode},
+        {"uc", Keyword::UnicodeSkip},
+        {"bin", Keyword::Binary},
+        {"pard", Keyword::ParagraphDefault},
+        {"plain", Keyword::Plain},
+        {"ql", Keyword::AlignLeft},
+        {"qc", Keyword::AlignCenter},
+        {"qr", Keyword::AlignRight},
+        {"qj", Keyword::AlignJustify},
+        {"qd", Keyword::AlignJustify},
+        {"li", Keyword::LeftIndent},
+        {"ri", Keyword::RightIndent},
+        {"fi", Keyword::FirstIndent},
+        {"sb", Keyword::SpaceBefore},
+        {"sa", Keyword::SpaceAfter},
+        {"sl", Keyword::LineSpacing},
+        {"slmult", Keyword::LineMultiple},
+        {"tx", Keyword::TabStop},
+        {"tqr", Keyword::TabRight},
+        {"tqc", Keyword::TabCenter},
+        {"tqdec", Keyword::TabDecimal},
+        {"rtlpar", Keyword::RightToLeftParagraph},
+        {"ltrpar", Keyword::LeftToRightParagraph},
+        {"b", Keyword::Bold},
+        {"i", Keyword::Italic},
+        {"ul", Keyword::UnderlineSingle},
+        {"ulw", Keyword::UnderlineSingle},
+        {"uldb", Keyword::UnderlineSingle},
+        {"ulth", Keyword::UnderlineSingle},
+        {"uld", Keyword::UnderlineDotted},
+        {"ulthd", Keyword::UnderlineDotted},
+        {"uldash", Keyword::UnderlineDashed},
+        {"uldashd", Keyword::UnderlineDashed},
+        {"uldashdd", Keyword::UnderlineDashed},
+        {"ulthdash", Keyword::UnderlineDashed},
+        {"ulwave", Keyword::UnderlineWave},
+        {"ululdbwave", Keyword::UnderlineWave},
+        {"ulnone", Keyword::UnderlineNone},
+        {"ulc", Keyword::UnderlineColor},
+        {"strike", Keyword::Strike},
+        {"striked", Keyword::Strike},
+        {"fs", Keyword::FontSize},
+        {"cf", Keyword::Foreground},
+        {"cb", Keyword::Background},
+        {"highlight", Keyword::Background},
+        {"chcbpat", Keyword::Background},
+        {"super", Keyword::Superscript},
+        {"sub", Keyword::Subscript},
+        {"nosupersub", Keyword::NoSuperSub},
+        {"pict", Keyword::Picture},
+        {"pngblip", Keyword::PngBlip},
+        {"jpegblip", Keyword::JpegBlip},
+        {"emfblip", Keyword::OtherBlip},
+        {"wmetafile", Keyword::OtherBlip},
+        {"macpict", Keyword::OtherBlip},
+        {"dibitmap", Keyword::OtherBlip},
+        {"wbitmap", Keyword::OtherBlip},
+        {"picwgoal", Keyword::PictureWidthGoal},
+        {"pichgoal", Keyword::PictureHeightGoal},
+        {"picscalex", Keyword::PictureScaleX},
+        {"picscaley", Keyword::PictureScaleY},
+        {"shppict", Keyword::ShapePicture},
+        {"field", Keyword::Field},
+        {"fldinst", Keyword::FieldInstruction},
+        {"fldrslt", Keyword::FieldResult},
+        {"NeXTGraphic", Keyword::NeXTGraphic},
+        {"width", Keyword::Width},
+        {"height", Keyword::Height},
+        {"info", Keyword::Info},
+        {"title", Keyword::InfoTitle},
+        {"author", Keyword::InfoAuthor},
+        {"subject", Keyword::InfoSubject},
+        {"keywords", Keyword::InfoKeywords},
+        {"doccomm", Keyword::InfoComment},
+        {"background", Keyword::DocumentBackground},
+        {"shp", Keyword::Shape},
+        {"shpinst", Keyword::ShapeInstance},
+        {"sp", Keyword::ShapeProperty},
+        {"sn", Keyword::ShapePropertyName},
+        {"sv", Keyword::ShapePropertyValue},
+        {"result", Keyword::ObjectResult},
+        // Destinations whose content is not part of the text, marked or not with \*.
+        {"stylesheet", Keyword::SkippedDestination},
+        {"header", Keyword::SkippedDestination},
+        {"headerl", Keyword::SkippedDestination},
+        {"headerr", Keyword::SkippedDestination},
+        {"headerf", Keyword::SkippedDestination},
+        {"footer", Keyword::SkippedDestination},
+        {"footerl", Keyword::SkippedDestination},
+        {"footerr", Keyword::SkippedDestination},
+        {"footerf", Keyword::SkippedDestination},
+        {"footnote", Keyword::SkippedDestination},
+        {"annotation", Keyword::SkippedDestination},
+        {"objdata", Keyword::SkippedDestination},
+        {"nonshppict", Keyword::SkippedDestination},
+        {"listtable", Keyword::SkippedDestination},
+        {"listoverridetable", Keyword::SkippedDestination},
+        {"rsidtbl", Keyword::SkippedDestination},
+        {"revtbl", Keyword::SkippedDestination},
+        {"xmlnstbl", Keyword::SkippedDestination},
+        {"themedata", Keyword::SkippedDestination},
+        {"colorschememapping", Keyword::SkippedDestination},
+        {"latentstyles", Keyword::SkippedDestination},
+        {"datastore", Keyword::SkippedDestination},
+        {"generator", Keyword::SkippedDestination},
+        {"filetbl", Keyword::SkippedDestination},
+        {"pgdsctbl", Keyword::SkippedDestination},
+        {"txe", Keyword::SkippedDestination},
+        {"fchars", Keyword::SkippedDestination},
+        {"lchars", Keyword::SkippedDestination},
+        {"template", Keyword::SkippedDestination},
+        {"private", Keyword::SkippedDestination},
+        {"pn", Keyword::SkippedDestination},
+        {"bkmkstart", Keyword::SkippedDestination},
+        {"bkmkend", Keyword::SkippedDestination},
+        {"shpinst", Keyword::ShapeInstance},
+    };
+    return table;
+}
+
+// Destinations that stay readable behind \*; any other \* group is skipped whole.
+bool isKnownStarredDestination(Keyword keyword)
+{
+    switch (keyword) {
+    case Keyword::ExpandedColorTable:
+    case Keyword::ShapePicture:
+    case Keyword::FieldInstruction:
+    case Keyword::DocumentBackground:
+    case Keyword::ShapeInstance:
+        return true;
+    default:
+        return false;
+    }
+}
+
+int hexValue(char c)
+{
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F')
+        return c - 'A' + 10;
+    return -1;
+}
+
+bool isLetter(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+QString hyperlinkTarget(const QString &instruction)
+{
+    const QString trimmed = instruction.trimmed();
+    if (!trimmed.startsWith(QLatin1String("HYPERLINK"), Qt::CaseInsensitive))
+        return {};
+    QString rest = trimmed.mid(9).trimmed();
+    QString anchor;
+    const int local = rest.indexOf(QLatin1String("\\l"));
+    if (local >= 0) {
+        const int open = rest.indexOf(QLatin1Char('"'), local);
+        const int close = open >= 0 ? rest.indexOf(QLatin1Char('"'), open + 1) : -1;
+        if (close > open)
+            anchor = rest.mid(open + 1, close - open - 1);
+        rest = rest.left(local).trimmed();
+    }
+    QString url;
+    if (rest.startsWith(QLatin1Char('"'))) {
+        const int close = rest.indexOf(QLatin1Char('"'), 1);
+        url = close > 0 ? rest.mid(1, close - 1) : rest.mid(1);
+    } else {
+        url = rest.section(QLatin1Char(' '), 0, 0);
+    }
+    if (!anchor.isEmpty())
+        url += QLatin1Char('#') + anchor;
+    return url;
+}
+
+QString pictureSuffix(const QByteArray &data)
+{
+    if (data.startsWith("\x89PNG"))
+        return QStringLiteral("png");
+    if (data.startsWith("\xFF\xD8"))
+        return QStringLiteral("jpeg");
+    if (data.startsWith("GIF8"))
+        return QStringLiteral("gif");
+    if (data.startsWith(QByteArrayLiteral("II*\0")) || data.startsWith(QByteArrayLiteral("MM\0*")))
+        return QStringLiteral("tiff");
+    return {};
+}
+
+struct FontEntry
+{
+    QString name;
+    int charset = -1;
+    QFont::StyleHint styleHint = QFont::AnyStyle;
+};
+
+class Parser
+{
+public:
+    Parser(const QByteArray &data, QTextDocument *document, const RTFReader::AttachmentLoader &loader)
+        : m_data(data.constData())
+        , m_size(data.size())
+        , m_document(document)
+        , m_cursor(document)
+        , m_loader(loader)
+    { }
+
+    void run();
+    QVariantMap documentAttributes() const { return m_attributes; }
+
+private:
+    Group &current() { return m_stack.back(); }
+    Destination destination() const { return m_stack.empty() ? Destination::Skip : m_stack.back().destination; }
+
+    void openGroup();
+    bool closeGroup();
+    void finishDestination(const Group &closed);
+    void readControl();
+    void controlSymbol(char symbol);
+    void controlWord(std::string_view word, bool hasParameter, int parameter);
+    void setDestination(Destination destination);
+    void textBytes();
+
+    void appendByte(char byte);
+    void flushBytes();
+    void appendText(const QString &text);
+    void appendCharacter(char16_t character);
+    void flushRun();
+    void endParagraph();
+    void insertAttachment(const QString &fileName, const QByteArray &contents, const QSizeF &size);
+    bool swallowPlaceholder();
+
+    int codePage();
+    QTextCharFormat charFormat(const CharState &state);
+    QTextBlockFormat blockFormat(const ParaState &state) const;
+    QColor color(int index) const;
+
+    const char *m_data;
+    qsizetype m_size;
+    qsizetype m_pos = 0;
+    QTextDocument *m_document;
+    QTextCursor m_cursor;
+    const RTFReader::AttachmentLoader &m_loader;
+
+    std::vector<Group> m_stack;
+    size_t m_overflowDepth = 0;
+    bool m_finished = false;
+    bool m_starred = false;
+    int m_unicodeSkipRemaining = 0;
+
+    int m_documentCodePage = RTFCodePages::WindowsLatin1;
+    int m_defaultFont = -1;
+    QHash<int, FontEntry> m_fonts;
+    int m_tableFont = -1;
+    FontEntry m_tableEntry;
+    QByteArray m_tableFontName;
+
+    QList<QColor> m_colors;
+    int m_red = -1, m_green = -1, m_blue = -1;
+    int m_expandedIndex = 0;
+    bool m_expandedGray = false;
+    QList<int> m_components;
+
+    QByteArray m_pendingBytes;
+    int m_pendingCodePage = 0;
+    QString m_run;
+    CharState m_runState;
+    bool m_haveCachedFormat = false;
+    CharState m_cachedState;
+    QTextCharFormat m_cachedFormat;
+    QStringList m_links;
+
+    QString m_fieldInstruction;
+    QString m_attachmentName;
+    int m_attachmentWidth = 0, m_attachmentHeight = 0;
+    QByteArray m_picture;
+    int m_pictureNibble = -1;
+    bool m_pictureTypeKnown = false;
+    int m_pictureWidthGoal = 0, m_pictureHeightGoal = 0, m_pictureScaleX = 100, m_pictureScaleY = 100;
+    int m_pictureCount = 0;
+    QString m_infoText;
+    bool m_inBackground = false;
+    QString m_shapeName, m_shapeValue;
+
+    QVariantMap m_attributes;
+};
+
+void Parser::run()
+{
+    m_cursor.beginEditBlock();
+    while (m_pos < m_size && !m_finished) {
+        const char c = m_data[m_pos];
+        if (c == '{') {
+            ++m_pos;
+            openGroup();
+        } else if (c == '}') {
+            ++m_pos;
+            if (!closeGroup())
+                break;
+        } else if (c == '\\') {
+            readControl();
+        } else {
+            textBytes();
+        }
+    }
+    flushBytes();
+    flushRun();
+    if (!m_stack.empty())
+        m_cursor.setBlockFormat(blockFormat(current().para));
+    m_cursor.endEditBlock();
+    m_attributes.insert(RichText::DocumentTypeAttribute, RichText::RTFDocumentType);
+}
+
+void Parser::openGroup()
+{
+    flushBytes();
+    m_unicodeSkipRemaining = 0;
+    m_starred = false;
+    if (m_stack.size() >= maxGroupDepth) {
+        ++m_overflowDepth;
+        return;
+    }
+    if (m_stack.empty()) {
+        m_stack.emplace_back();
+        return;
+    }
+    Group group = m_stack.back();
+    group.startsDestination = false;
+    group.swallowAttachmentCharacter = false;
+    m_stack.push_back(std::move(group));
+}
+
+bool Parser::closeGroup()
+{
+    flushBytes();
+    m_unicodeSkipRemaining = 0;
+    m_starred = false;
+    if (m_overflowDepth > 0) {
+        --m_overflowDepth;
+        return true;
+    }
+    if (m_stack.size() <= 1) {
+        // The outermost group is closed: whatever follows is not part of the document.
+        m_finished = true;
+        return false;
+    }
+    Group closed = std::move(m_stack.back());
+    m_stack.pop_back();
+    if (closed.startsDestination)
+        finishDestination(closed);
+    return true;
+}
+
+void Parser::finishDestination(const Group &closed)
+{
+    switch (closed.destination) {
+    case Destination::FontTable:
+        if (m_tableFont >= 0 && !m_tableFontName.trimmed().isEmpty() && !m_fonts.contains(m_tableFont)) {
+            m_tableEntry.name
+                = RTFCodePages::decode(m_tableFontName,
+                                       RTFCodePages::codePageForCharset(m_tableEntry.charset, m_documentCodePage))
+                      .trimmed();
+            m_fonts.insert(m_tableFont, m_tableEntry);
+        }
+        m_tableFontName.clear();
+        break;
+    case Destination::Picture: {
+        if (destination() != Destination::Text)
+            break;
+        if (m_pictureNibble >= 0)
+            m_pictureNibble = -1; // an odd number of hex digits: the last one is dropped
+        const QString suffix = pictureSuffix(m_picture);
+        if (!suffix.isEmpty()) {
+            ++m_pictureCount;
+            QSizeF size;
+            if (m_pictureWidthGoal > 0 && m_pictureHeightGoal > 0)
+                size = QSizeF(m_pictureWidthGoal / 20.0 * m_pictureScaleX / 100.0,
+                              m_pictureHeightGoal / 20.0 * m_pictureScaleY / 100.0);
+            insertAttachment(QStringLiteral("Picture %1.%2").arg(m_pictureCount).arg(suffix), m_picture, size);
+        }
+        m_picture.clear();
+        break;
+    }
+    case Destination::Attachment: {
+        if (destination() != Destination::Text)
+            break;
+        const QString name = m_attachmentName.trimmed();
+        QByteArray contents;
+        if (!name.isEmpty() && m_loader && m_loader(name, &contents)) {
+            QSizeF size;
+            if (m_attachmentWidth > 0 && m_attachmentHeight > 0)
+                size = QSizeF(m_attachmentWidth / 20.0, m_attachmentHeight / 20.0);
+            insertAttachment(name, contents, size);
+        }
+        // The attachment character that follows stands for the attachment just handled.
+        current().swallowAttachmentCharacter = true;
+        break;
+    }
+    case Destination::InfoField: {
+        static const QString keys[] = {RichText::TitleAttribute, RichText::AuthorAttribute, RichText::SubjectAttribute,
+                                       RichText::KeywordsAttribute, RichText::CommentAttribute};
+        if (closed.infoField >= 0 && closed.infoField < 5 && !m_infoText.trimmed().isEmpty())
+            m_attributes.insert(keys[closed.infoField], m_infoText.trimmed());
+        break;
+    }
+    case Destination::ShapeProperty:
+        if (m_inBackground && m_shapeName.trimmed() == QLatin1String("fillColor")) {
+            bool ok = false;
+            const qint64 value = m_shapeValue.trimmed().toLongLong(&ok);
+            if (ok && value >= 0)
+                m_attributes.insert(RichText::BackgroundColorAttribute,
+                                    QColor(int(value & 0xFF), int((value >> 8) & 0xFF), int((value >> 16) & 0xFF)));
+        }
+        break;
+    case Destination::Background:
+        m_inBackground = false;
+        break;
+    default:
+        break;
+    }
+}
+
+void Parser::setDestination(Destination destination)
+{
+    Group &group = current();
+    if (group.destination == Destination::Skip)
+        return;
+    group.destination = destination;
+    group.startsDestination = true;
+}
+
+void Parser::readControl()
+{
+    ++m_pos; // the backslash
+    if (m_pos >= m_size)
+        return;
+    const char first = m_data[m_pos];
+    if (!isLetter(first)) {
+        ++m_pos;
+        if (first == '\'') {
+            // Up to two hex digits; a cut-off escape gives nothing.
+            int value = 0;
+            int digits = 0;
+            while (digits < 2 && m_pos < m_size && hexValue(m_data[m_pos]) >= 0) {
+                value = value * 16 + hexValue(m_data[m_pos++]);
+                ++digits;
+            }
+            if (digits < 2)
+                return;
+            m_starred = false;
+            if (m_unicodeSkipRemaining > 0) {
+                --m_unicodeSkipRemaining;
+                return;
+            }
+            if (swallowPlaceholder())
+                return;
+            appendByte(char(value));
+            return;
+        }
+        controlSymbol(first);
+        return;
+    }
+    const qsizetype start = m_pos;
+    while (m_pos < m_size && isLetter(m_data[m_pos]))
+        ++m_pos;
+    const std::string_view word(m_data + start, size_t(qMin<qsizetype>(m_pos - start, maxControlWordLength)));
+    bool negative = false;
+    bool hasParameter = false;
+    qint64 value = 0;
+    if (m_pos < m_size && m_data[m_pos] == '-' && m_pos + 1 < m_size && isDigit(m_data[m_pos + 1])) {
+        negative = true;
+        ++m_pos;
+    }
+    while (m_pos < m_size && isDigit(m_data[m_pos])) {
+        hasParameter = true;
+        if (value < maxParameter)
+            value = value * 10 + (m_data[m_pos] - '0');
+        ++m_pos;
+    }
+    if (m_pos < m_size && m_data[m_pos] == ' ')
+        ++m_pos;
+    value = qMin(value, maxParameter);
+    const int parameter = int(negative ? -value : value);
+    controlWord(word, hasParameter, parameter);
+}
+
+void Parser::controlSymbol(char symbol)
+{
+    flushBytes();
+    m_starred = symbol == '*';
+    if (m_starred)
+        return;
+    if (m_unicodeSkipRemaining > 0) {
+        --m_unicodeSkipRemaining;
+        return;
+    }
+    switch (symbol) {
+    case '\\':
+    case '{':
+    case '}':
+        appendText(QString(QLatin1Char(symbol)));
+        break;
+    case '~':
+        appendCharacter(0x00A0);
+        break;
+    case '-':
+        appendCharacter(0x00AD);
+        break;
+    case '_':
+        appendCharacter(0x2011);
+        break;
+    case '\n':
+    case '\r':
+        if (destination() == Destination::Text)
+            endParagraph();
+        break;
+    case '\t':
+        appendCharacter(u'\t');
+        break;
+    default:
+        break;
+    }
+}
+
+void Parser::controlWord(std::string_view word, bool hasParameter, int parameter)
+{
+    flushBytes();
+    const auto found = keywords().find(word);
+    const bool starred = m_starred;
+    m_starred = false;
+    if (m_stack.empty())
+        return;
+
+    if (found == keywords().end()) {
+        if (starred)
+            setDestination(Destination::Skip);
+        else if (m_unicodeSkipRemaining > 0)
+            --m_unicodeSkipRemaining;
+        return;
+    }
+    const Keyword keyword = found->second;
+    if (keyword == Keyword::Binary) {
+        const qint64 length = qBound(qint64(0), qint64(hasParameter ? parameter : 0), qint64(m_size - m_pos));
+        if (m_unicodeSkipRemaining > 0)
+            --m_unicodeSkipRemaining;
+        else if (destination() == Destination::Picture)
+            m_picture.append(m_data + m_pos, length);
+        m_pos += length;
+        return;
+    }
+    if (m_unicodeSkipRemaining > 0) {
+        --m_unicodeSkipRemaining;
+        return;
+    }
+    if (starred && !isKnownStarredDestination(keyword)) {
+        setDestination(Destination::Skip);
+        return;
+    }
+
+    Group &group = current();
+    const Destination dest = group.destination;
+    if (dest == Destination::Skip)
+        return;
+    CharState &chars = group.chars;
+    ParaState &para = group.para;
+    const bool on = !hasParameter || parameter != 0;
+    const int twips = parameter;
+
+    switch (keyword) {
+    case Keyword::Ansi:
+        m_documentCodePage = RTFCodePages::WindowsLatin1;
+        break;
+    case Keyword::Mac:
+        m_documentCodePage = RTFCodePages::MacRoman;
+        break;
+    case Keyword::Pc:
+        m_documentCodePage = 437;
+        break;
+    case Keyword::Pca:
+        m_documentCodePage = 850;
+        break;
+    case Keyword::AnsiCodePage:
+        if (hasParameter && parameter > 0)
+            m_documentCodePage = parameter;
+        break;
+    case Keyword::DefaultFont:
+        m_defaultFont = parameter;
+        break;
+    case Keyword::FontTable:
+        setDestination(Destination::FontTable);
+        m_tableFont = -1;
+        m_tableFontName.clear();
+        break;
+    case Keyword::Font:
+        if (dest == Destination::FontTable) {
+            m_tableFont = parameter;
+            m_tableEntry = FontEntry();
+            m_tableFontName.clear();
+        } else {
+            chars.font = parameter;
+        }
+        break;
+    case Keyword::FontCharset:
+        if (dest == Destination::FontTable)
+            m_tableEntry.charset = parameter;
+        break;
+    case Keyword::FontFamilyRoman:
+        m_tableEntry.styleHint = QFont::Serif;
+        break;
+    case Keyword::FontFamilySwiss:
+        m_tableEntry.styleHint = QFont::SansSerif;
+        break;
+    case Keyword::FontFamilyModern:
+        m_tableEntry.styleHint = QFont::TypeWriter;
+        break;
+    case Keyword::FontFamilyScript:
+        m_tableEntry.styleHint = QFont::Cursive;
+        break;
+    case Keyword::FontFamilyDecor:
+        m_tableEntry.styleHint = QFont::Decorative;
+        break;
+    case Keyword::FontFamilyNil:
+    case Keyword::FontFamilyTech:
+        m_tableEntry.styleHint = QFont::AnyStyle;
+        break;
+    case Keyword::ColorTable:
+        setDestination(Destination::ColorTable);
+        m_colors.clear();
+        m_red = m_green = m_blue = -1;
+        break;
+    case Keyword::Red:
+        m_red = qBound(0, parameter, 255);
+        break;
+    case Keyword::Green:
+        m_green = qBound(0, parameter, 255);
+        break;
+    case Keyword::Blue:
+        m_blue = qBound(0, parameter, 255);
+        break;
+    case Keyword::ExpandedColorTable:
+        setDestination(Destination::ExpandedColorTable);
+        m_expandedIndex = 0;
+        m_components.clear();
+        break;
+    case Keyword::ColorSpaceRGB:
+        m_expandedGray = false;
+        m_components.clear();
+        break;
+    case Keyword::ColorSpaceGray:
+        m_expandedGray = true;
+        m_components.clear();
+        break;
+    case Keyword::Component:
+        if (dest == Destination::ExpandedColorTable && m_components.size() < 8)
+            m_components.append(qBound(0, parameter, 100000));
+        break;
+    case Keyword::Par:
+        if (dest == Destination::Text)
+            endParagraph();
+        break;
+    case Keyword::Line:
+        appendCharacter(0x2028);
+        break;
+    case Keyword::Tab:
+    case Keyword::Cell:
+        appendCharacter(u'\t');
+        break;
+    case Keyword::EmDash:
+        appendCharacter(0x2014);
+        break;
+    case Keyword::EnDash:
+        appendCharacter(0x2013);
+        break;
+    case Keyword::Bullet:
+        appendCharacter(0x2022);
+        break;
+    case Keyword::LeftQuote:
+        appendCharacter(0x2018);
+        break;
+    case Keyword::RightQuote:
+        appendCharacter(0x2019);
+        break;
+    case Keyword::LeftDoubleQuote:
+        appendCharacter(0x201C);
+        break;
+    case Keyword::RightDoubleQuote:
+        appendCharacter(0x201D);
+        break;
+    case Keyword::EmSpace:
+        appendCharacter(0x2003);
+        break;
+    case Keyword::EnSpace:
+        appendCharacter(0x2002);
+        break;
+    case Keyword::QuarterEmSpace:
+        appendCharacter(0x2005);
+        break;
+    case Keyword::ZeroWidthJoiner:
+        appendCharacter(0x200D);
+        break;
+    case Keyword::ZeroWidthNonJoiner:
+        appendCharacter(0x200C);
+        break;
+    case Keyword::LeftToRightMark:
+        appendCharacter(0x200E);
+        break;
+    case Keyword::RightToLeftMark:
+        appendCharacter(0x200F);
+        break;
+    case Keyword::Unicode: {
+        const int unit = parameter < 0 ? parameter + 65536 : parameter;
+        if (!swallowPlaceholder())
+            appendCharacter(unit >= 0 && unit <= 0xFFFF ? char16_t(unit) : char16_t(0xFFFD));
+        m_unicodeSkipRemaining = group.unicodeSkip;
+        break;
+    }
+    case Keyword::UnicodeSkip:
+        group.unicodeSkip = qBound(0, parameter, 16);
+        break;
+    case Keyword::ParagraphDefault:
+        para = ParaState();
+        break;
+    case Keyword::Plain:
+        chars = CharState();
+        break;
+    case Keyword::AlignLeft:
+        para.alignment = 0;
+        break;
+    case Keyword::AlignCenter:
+        para.alignment = 1;
+        break;
+    case Keyword::AlignRight:
+        para.alignment = 2;
+        break;
+    case Keyword::AlignJustify:
+        para.alignment = 3;
+        break;
+    case Keyword::LeftIndent:
+        para.leftIndent = twips;
+        break;
+    case Keyword::RightIndent:
+        para.rightIndent = twips;
+        break;
+    case Keyword::FirstIndent:
+        para.firstIndent = twips;
+        break;
+    case Keyword::SpaceBefore:
+        para.spaceBefore = twips;
+        break;
+    case Keyword::SpaceAfter:
+        para.spaceAfter = twips;
+        break;
+    case Keyword::LineSpacing:
+        para.lineSpacing = twips;
+        break;
+    case Keyword::LineMultiple:
+        para.lineMultiple = on;
+        break;
+    case Keyword::TabStop:
+        if (para.tabs.size() < 1000)
+            para.tabs.append(QTextOption::Tab(twips / 20.0, para.pendingTabType));
+        para.pendingTabType = QTextOption::LeftTab;
+        break;
+    case Keyword::TabRight:
+        para.pendingTabType = QTextOption::RightTab;
+        break;
+    case Keyword::TabCenter:
+        para.pendingTabType = QTextOption::CenterTab;
+        break;
+    case Keyword::TabDecimal:
+        para.pendingTabType = QTextOption::DelimiterTab;
+        break;
+    case Keyword::RightToLeftParagraph:
+        para.rightToLeft = true;
+        break;
+    case Keyword::LeftToRightParagraph:
+        para.rightToLeft = false;
+        break;
+    case Keyword::Bold:
+        chars.bold = on;
+        break;
+    case Keyword::Italic:
+        chars.italic = on;
+        break;
+    case Keyword::UnderlineSingle:
+        chars.underline = on ? Underline::Single : Underline::None;
+        break;
+    case Keyword::UnderlineDotted:
+        chars.underline = on ? Underline::Dotted : Underline::None;
+        break;
+    case Keyword::UnderlineDashed:
+        chars.underline = on ? Underline::Dashed : Underline::None;
+        break;
+    case Keyword::UnderlineWave:
+        chars.underline = on ? Underline::Wave : Underline::None;
+        break;
+    case Keyword::UnderlineNone:
+        chars.underline = Underline::None;
+        break;
+    case Keyword::UnderlineColor:
+        chars.underlineColor = parameter;
+        break;
+    case Keyword::Strike:
+        chars.strike = on;
+        break;
+    case Keyword::FontSize:
+        chars.halfPoints = hasParameter ? qBound(1, parameter, 3276) : 24;
+        break;
+    case Keyword::Foreground:
+        chars.foreground = parameter;
+        break;
+    case Keyword::Background:
+        chars.background = parameter;
+        break;
+    case Keyword::Superscript:
+        chars.script = on ? Script::Super : Script::None;
+        break;
+    case Keyword::Subscript:
+        chars.script = on ? Script::Sub : Script::None;
+        break;
+    case Keyword::NoSuperSub:
+        chars.script = Script::None;
+        break;
+    case Keyword::Picture:
+        setDestination(Destination::Picture);
+        m_picture.clear();
+        m_pictureNibble = -1;
+        m_pictureTypeKnown = false;
+        m_pictureWidthGoal = m_pictureHeightGoal = 0;
+        m_pictureScaleX = m_pictureScaleY = 100;
+        break;
+    case Keyword::PngBlip:
+    case Keyword::JpegBlip:
+    case Keyword::OtherBlip:
+        m_pictureTypeKnown = keyword != Keyword::OtherBlip;
+        break;
+    case Keyword::PictureWidthGoal:
+        m_pictureWidthGoal = twips;
+        break;
+    case Keyword::PictureHeightGoal:
+        m_pictureHeightGoal = twips;
+        break;
+    case Keyword::PictureScaleX:
+        m_pictureScaleX = qBound(1, parameter, 10000);
+        break;
+    case Keyword::PictureScaleY:
+        m_pictureScaleY = qBound(1, parameter, 10000);
+        break;
+    case Keyword::ShapePicture:
+    case Keyword::ObjectResult:
+        break;
+    case Keyword::Field:
+        m_fieldInstruction.clear();
+        break;
+    case Keyword::FieldInstruction:
+        setDestination(Destination::FieldInstruction);
+        m_fieldInstruction.clear();
+        break;
+    case Keyword::FieldResult: {
+        const QString target = hyperlinkTarget(m_fieldInstruction);
+        if (!target.isEmpty()) {
+            m_links.append(target);
+            chars.link = int(m_links.size() - 1);
+        }
+        break;
+    }
+    case Keyword::NeXTGraphic:
+        setDestination(Destination::Attachment);
+        m_attachmentName.clear();
+        m_attachmentWidth = m_attachmentHeight = 0;
+        break;
+    case Keyword::Width:
+        if (dest == Destination::Attachment)
+            m_attachmentWidth = twips;
+        break;
+    case Keyword::Height:
+        if (dest == Destination::Attachment)
+            m_attachmentHeight = twips;
+        break;
+    case Keyword::Info:
+        setDestination(Destination::Info);
+        break;
+    case Keyword::InfoTitle:
+    case Keyword::InfoAuthor:
+    case Keyword::InfoSubject:
+    case Keyword::InfoKeywords:
+    case Keyword::InfoComment:
+        if (dest == Destination::Info) {
+            setDestination(Destination::InfoField);
+            group.infoField = int(keyword) - int(Keyword::InfoTitle);
+            m_infoText.clear();
+        } else {
+            setDestination(Destination::Skip);
+        }
+        break;
+    case Keyword::DocumentBackground:
+        setDestination(Destination::Background);
+        m_inBackground = true;
+        break;
+    case Keyword::Shape:
+    case Keyword::ShapeInstance:
+        if (!m_inBackground)
+            setDestination(Destination::Skip);
+        break;
+    case Keyword::ShapeProperty:
+        if (m_inBackground) {
+            setDestination(Destination::ShapeProperty);
+            m_shapeName.clear();
+            m_shapeValue.clear();
+        } else {
+            setDestination(Destination::Skip);
+        }
+        break;
+    case Keyword::ShapePropertyName:
+        setDestination(dest == Destination::ShapeProperty ? Destination::ShapePropertyName : Destination::Skip);
+        break;
+    case Keyword::ShapePropertyValue:
+        setDestination(dest == Destination::ShapeProperty ? Destination::ShapePropertyValue : Destination::Skip);
+        break;
+    case Keyword::SkippedDestination:
+        setDestination(Destination::Skip);
+        break;
+    case Keyword::Binary:
+        break;
+    }
+}
+
+void Parser::textBytes()
+{
+    const Destination dest = destination();
+    // Skipped groups and picture data are passed over without going byte by byte through the
+    // general path.
+    if (dest == Destination::Skip) {
+        while (m_pos < m_size && m_data[m_pos] != '{' && m_data[m_pos] != '}' && m_data[m_pos] != '\\')
+            ++m_pos;
+        m_unicodeSkipRemaining = 0;
+        return;
+    }
+    if (dest == Destination::Picture) {
+        while (m_pos < m_size && m_data[m_pos] != '{' && m_data[m_pos] != '}' && m_data[m_pos] != '\\') {
+            const int value = hexValue(m_data[m_pos++]);
+            if (value < 0)
+                continue;
+            if (m_pictureNibble < 0) {
+                m_pictureNibble = value;
+            } else {
+                m_picture.append(char(m_pictureNibble * 16 + value));
+                m_pictureNibble = -1;
+            }
+        }
+        return;
+    }
+    // Plain ASCII text in the document goes in as one chunk.
+    if (dest == Destination::Text && m_unicodeSkipRemaining == 0 && !current().swallowAttachmentCharacter) {
+        const qsizetype start = m_pos;
+        while (m_pos < m_size) {
+            const auto c = static_cast<unsigned char>(m_data[m_pos]);
+            if (c < 0x20 || c >= 0x80 || c == '{' || c == '}' || c == '\\')
+                break;
+            ++m_pos;
+        }
+        if (m_pos > start) {
+            m_starred = false;
+            flushBytes();
+            appendText(QString::fromLatin1(m_data + start, m_pos - start));
+            return;
+        }
+    }
+    const char c = m_data[m_pos++];
+    if (c == '\r' || c == '\n' || c == 0)
+        return;
+    m_starred = false;
+    if (m_unicodeSkipRemaining > 0) {
+        --m_unicodeSkipRemaining;
+        return;
+    }
+    if (c == '\t') {
+        flushBytes();
+        appendCharacter(u'\t');
+        return;
+    }
+    if (static_cast<unsigned char>(c) < 0x20)
+        return;
+    if (swallowPlaceholder())
+        return;
+    appendByte(c);
+}
+
+bool Parser::swallowPlaceholder()
+{
+    if (m_stack.empty() || !current().swallowAttachmentCharacter)
+        return false;
+    current().swallowAttachmentCharacter = false;
+    return true;
+}
+
+int Parser::codePage()
+{
+    const CharState &chars = current().chars;
+    const int index = chars.font >= 0 ? chars.font : m_defaultFont;
+    const auto found = m_fonts.constFind(index);
+    if (found == m_fonts.constEnd() || found->charset < 0)
+        return m_documentCodePage;
+    return RTFCodePages::codePageForCharset(found->charset, m_documentCodePage);
+}
+
+void Parser::appendByte(char byte)
+{
+    const Destination dest = destination();
+    switch (dest) {
+    case Destination::FontTable:
+        if (byte == ';') {
+            if (m_tableFont >= 0) {
+                const int page = RTFCodePages::codePageForCharset(m_tableEntry.charset, m_documentCodePage);
+                m_tableEntry.name = RTFCodePages::decode(m_tableFontName, page).trimmed();
+                m_fonts.insert(m_tableFont, m_tableEntry);
+            }
+            m_tableFontName.clear();
+        } else if (m_tableFontName.size() < 1024) {
+            m_tableFontName.append(byte);
+        }
+        return;
+    case Destination::ColorTable:
+        if (byte == ';') {
+            if (m_red >= 0 || m_green >= 0 || m_blue >= 0)
+                m_colors.append(QColor(qMax(m_red, 0), qMax(m_green, 0), qMax(m_blue, 0)));
+            else
+                m_colors.append(QColor());
+            m_red = m_green = m_blue = -1;
+        }
+        return;
+    case Destination::ExpandedColorTable:
+        if (byte == ';') {
+            const auto component = [this](int i) { return qRound(m_components.at(i) * 255.0 / 100000.0); };
+            QColor expanded;
+            if (m_expandedGray && !m_components.isEmpty()) {
+                const int grey = component(0);
+                expanded = QColor(grey, grey, grey, m_components.size() > 1 ? component(1) : 255);
+            } else if (!m_expandedGray && m_components.size() >= 3) {
+                expanded
+                    = QColor(component(0), component(1), component(2), m_components.size() > 3 ? component(3) : 255);
+            }
+            if (expanded.isValid() && m_expandedIndex < m_colors.size())
+                m_colors[m_expandedIndex] = expanded;
+            ++m_expandedIndex;
+            m_components.clear();
+        }
+        return;
+    case Destination::Picture: {
+        const int value = hexValue(byte);
+        if (value < 0)
+            return;
+        if (m_pictureNibble < 0) {
+            m_pictureNibble = value;
+        } else {
+            m_picture.append(char(m_pictureNibble * 16 + value));
+            m_pictureNibble = -1;
+        }
+        return;
+    }
+    case Destination::Skip:
+    case Destination::Info:
+    case Destination::Background:
+    case Destination::ShapeProperty:
+        return;
+    default:
+        break;
+    }
+    if (static_cast<unsigned char>(byte) < 0x80 && m_pendingBytes.isEmpty()) {
+        appendText(QString(QLatin1Char(byte)));
+        return;
+    }
+    const int page = codePage();
+    if (!m_pendingBytes.isEmpty() && page != m_pendingCodePage)
+        flushBytes();
+    m_pendingCodePage = page;
+    m_pendingBytes.append(byte);
+}
+
+void Parser::flushBytes()
+{
+    if (m_pendingBytes.isEmpty())
+        return;
+    const QString text = RTFCodePages::decode(m_pendingBytes, m_pendingCodePage);
+    m_pendingBytes.clear();
+    appendText(text);
+}
+
+void Parser::appendCharacter(char16_t character)
+{
+    flushBytes();
+    appendText(QString(QChar(character)));
+}
+
+void Parser::appendText(const QString &text)
+{
+    switch (destination()) {
+    case Destination::Text:
+        if (m_run.isEmpty()) {
+            m_runState = current().chars;
+        } else if (m_runState != current().chars) {
+            flushRun();
+            m_runState = current().chars;
+        }
+        m_run += text;
+        break;
+    case Destination::FieldInstruction:
+        if (m_fieldInstruction.size() < 65536)
+            m_fieldInstruction += text;
+        break;
+    case Destination::Attachment:
+        if (m_attachmentName.size() < 4096)
+            m_attachmentName += text;
+        break;
+    case Destination::InfoField:
+        if (m_infoText.size() < 65536)
+            m_infoText += text;
+        break;
+    case Destination::ShapePropertyName:
+        if (m_shapeName.size() < 256)
+            m_shapeName += text;
+        break;
+    case Destination::ShapePropertyValue:
+        if (m_shapeValue.size() < 256)
+            m_shapeValue += text;
+        break;
+    case Destination::FontTable:
+    case Destination::ColorTable:
+    case Destination::ExpandedColorTable:
+    case Destination::Picture:
+        // Escaped characters in tables arrive here; tables only care about raw bytes.
+        for (const QChar c : text)
+            if (c.unicode() < 0x80)
+                appendByte(char(c.unicode()));
+        break;
+    default:
+        break;
+    }
+}
+
+void Parser::flushRun()
+{
+    if (m_run.isEmpty())
+        return;
+    m_cursor.insertText(m_run, charFormat(m_runState));
+    m_run.clear();
+}
+
+void Parser::endParagraph()
+{
+    flushBytes();
+    flushRun();
+    m_cursor.setBlockFormat(blockFormat(current().para));
+    m_cursor.insertBlock();
+}
+
+void Parser::insertAttachment(const QString &fileName, const QByteArray &contents, const QSizeF &size)
+{
+    flushBytes();
+    flushRun();
+    const QTextImageFormat format = RichTextAttachment::makeFormat(m_document, fileName, contents, size);
+    m_cursor.insertText(QString(QChar::ObjectReplacementCharacter), format);
+}
+
+QColor Parser::color(int index) const
+{
+    if (index <= 0 || index >= m_colors.size())
+        return {};
+    return m_colors.at(index);
+}
+
+QTextCharFormat Parser::charFormat(const CharState &state)
+{
+    if (m_haveCachedFormat && m_cachedState == state)
+        return m_cachedFormat;
+    QTextCharFormat format;
+    const auto font = m_fonts.constFind(state.font >= 0 ? state.font : m_defaultFont);
+    if (font != m_fonts.constEnd() && !font->name.isEmpty()) {
+        format.setFontFamilies(QStringList {font->name});
+        if (font->styleHint != QFont::AnyStyle)
+            format.setFontStyleHint(font->styleHint);
+    }
+    format.setFontPointSize(state.halfPoints / 2.0);
+    if (state.bold)
+        format.setFontWeight(QFont::Bold);
+    if (state.italic)
+        format.setFontItalic(true);
+    switch (state.underline) {
+    case Underline::None:
+        break;
+    case Underline::Single:
+        format.setUnderlineStyle(QTextCharFormat::SingleUnderline);
+        break;
+    case Underline::Dotted:
+        format.setUnderlineStyle(QTextCharFormat::DotLine);
+        break;
+    case Underline::Dashed:
+        format.setUnderlineStyle(QTextCharFormat::DashUnderline);
+        break;
+    case Underline::Wave:
+        format.setUnderlineStyle(QTextCharFormat::WaveUnderline);
+        break;
+    }
+    if (state.underline != Underline::None) {
+        const QColor underline = color(state.underlineColor);
+        if (underline.isValid())
+            format.setUnderlineColor(underline);
+    }
+    if (state.strike)
+        format.setFontStrikeOut(true);
+    const QColor foreground = color(state.foreground);
+    if (foreground.isValid())
+        format.setForeground(foreground);
+    const QColor background = color(state.background);
+    if (background.isValid())
+        format.setBackground(background);
+    if (state.script == Script::Super)
+        format.setVerticalAlignment(QTextCharFormat::AlignSuperScript);
+    else if (state.script == Script::Sub)
+        format.setVerticalAlignment(QTextCharFormat::AlignSubScript);
+    if (state.link >= 0 && state.link < m_links.size()) {
+        format.setAnchor(true);
+        format.setAnchorHref(m_links.at(state.link));
+    }
+    m_cachedState = state;
+    m_cachedFormat = format;
+    m_haveCachedFormat = true;
+    return format;
+}
+
+QTextBlockFormat Parser::blockFormat(const ParaState &state) const
+{
+    QTextBlockFormat format;
+    switch (state.alignment) {
+    case 0:
+        format.setAlignment(Qt::AlignLeft);
+        break;
+    case 1:
+        format.setAlignment(Qt::AlignHCenter);
+        break;
+    case 2:
+        format.setAlignment(Qt::AlignRight);
+        break;
+    case 3:
+        format.setAlignment(Qt::AlignJustify);
+        break;
+    default:
+        break;
+    }
+    if (state.leftIndent)
+        format.setLeftMargin(state.leftIndent / 20.0);
+    if (state.rightIndent)
+        format.setRightMargin(state.rightIndent / 20.0);
+    if (state.firstIndent)
+        format.setTextIndent(state.firstIndent / 20.0);
+    if (state.spaceBefore)
+        format.setTopMargin(state.spaceBefore / 20.0);
+    if (state.spaceAfter)
+        format.setBottomMargin(state.spaceAfter / 20.0);
+    if (state.lineSpacing > 0 && state.lineMultiple)
+        format.setLineHeight(state.lineSpacing * 100.0 / 240.0, QTextBlockFormat::ProportionalHeight);
+    else if (state.lineSpacing > 0)
+        format.setLineHeight(state.lineSpacing / 20.0, QTextBlockFormat::MinimumHeight);
+    else if (state.lineSpacing < 0)
+        format.setLineHeight(-state.lineSpacing / 20.0, QTextBlockFormat::FixedHeight);
+    if (!state.tabs.isEmpty())
+        format.setTabPositions(state.tabs);
+    if (state.rightToLeft)
+        format.setLayoutDirection(Qt::RightToLeft);
+    return format;
+}
+
+} // namespace
+
+void RTFReader::setAttachmentLoader(AttachmentLoader loader)
+{
+    m_attachmentLoader = std::move(loader);
+}
+
+bool RTFReader::looksLikeRTF(const QByteArray &data)
+{
+    qsizetype i = 0;
+    if (data.startsWith("\xEF\xBB\xBF"))
+        i = 3;
+    while (i < data.size() && (data[i] == ' ' || data[i] == '\t' || data[i] == '\r' || data[i] == '\n'))
+        ++i;
+    return QByteArrayView(data).sliced(i).startsWith("{\\rtf");
+}
+
+bool RTFReader::read(const QByteArray &rtf, QTextDocument *document, OVError *error)
+{
+    m_documentAttributes.clear();
+    m_errorString.clear();
+    if (!document || !looksLikeRTF(rtf)) {
+        m_errorString = QStringLiteral("The data is not RTF.");
+        RichText::setError(error, RichText::FileReadCorruptFileError, m_errorString);
+        return false;
+    }
+    const bool undo = document->isUndoRedoEnabled();
+    document->setUndoRedoEnabled(false);
+    document->clear();
+    const qsizetype start = rtf.indexOf('{');
+    const QByteArray body = start > 0 ? rtf.mid(start) : rtf;
+    Parser parser(body, document, m_attachmentLoader);
+    parser.run();
+    document->setUndoRedoEnabled(undo);
+    m_documentAttributes = parser.documentAttributes();
+    return true;
+}
+
+bool RTFReader::read(QIODevice *device, QTextDocument *document, OVError *error)
+{
+    if (!device || (!device->isOpen() && !device->open(QIODevice::ReadOnly))) {
+        m_errorString = device ? device->errorString() : QStringLiteral("No device to read from.");
+        RichText::setError(error, RichText::FileReadUnknownError, m_errorString);
+        return false;
+    }
+    return read(device->readAll(), document, error);
+}

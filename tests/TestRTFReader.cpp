@@ -1,0 +1,542 @@
+// The RTF reader: code pages, Unicode escapes, tables, character and paragraph formatting,
+// pictures, attachments, links, the real files in the shared fixtures (compared with the
+// independent unrtf), and damaged input that must neither crash nor hang.
+#include "TestSupport.h"
+#include "formats/RTFDPackage.h"
+#include "formats/RTFReader.h"
+#include "formats/RichTextAttachment.h"
+#include "formats/RichTextAttributes.h"
+
+#include <QBuffer>
+#include <QImage>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTextBlock>
+#include <QTextDocument>
+#include <QTextFragment>
+#include <QtTest>
+
+namespace {
+
+QString readText(const QByteArray &rtf, QTextDocument *document = nullptr)
+{
+    QTextDocument local;
+    QTextDocument *target = document ? document : &local;
+    RTFReader reader;
+    if (!reader.read(rtf, target))
+        return QStringLiteral("<error>");
+    return target->toRawText();
+}
+
+QByteArray wrap(const QByteArray &body)
+{
+    return "{\\rtf1\\ansi\\ansicpg1252\\deff0{\\fonttbl\\f0\\fswiss\\fcharset0 Helvetica;}"
+           "{\\colortbl;\\red255\\green255\\blue255;\\red255\\green0\\blue0;\\red0\\green0\\blue255;}\n"
+        + body + "}";
+}
+
+// The character format at a position of the document's text.
+QTextCharFormat formatAt(const QTextDocument &document, int position)
+{
+    QTextCursor cursor(const_cast<QTextDocument *>(&document));
+    cursor.setPosition(position + 1);
+    return cursor.charFormat();
+}
+
+QByteArray pngBytes(int width, int height)
+{
+    QImage image(width, height, QImage::Format_RGB32);
+    image.fill(Qt::red);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
+
+// The text as unrtf gives it, for comparison with ours: unrtf shows each link as the word
+// "hyperlink" and each attachment as its file name, and its white space differs, so all white
+// space is removed from both sides.
+QString withoutWhiteSpace(const QString &text)
+{
+    QString out;
+    for (const QChar c : text)
+        if (!c.isSpace() && c != QChar::ObjectReplacementCharacter && c.unicode() != 0xAD)
+            out.append(c);
+    return out;
+}
+
+QString unrtfText(const QString &path)
+{
+    QTemporaryDir work;
+    QProcess process;
+    process.setWorkingDirectory(work.path());
+    process.start(QStringLiteral("/usr/bin/unrtf"), {QStringLiteral("--html"), QStringLiteral("--nopict"), path});
+    if (!process.waitForFinished(60000))
+        return QStringLiteral("<unrtf failed>");
+    const QString html = QString::fromUtf8(process.readAllStandardOutput());
+    QTextDocument document;
+    document.setHtml(html);
+    return document.toPlainText();
+}
+
+QString ourComparableText(const QTextDocument &document)
+{
+    QString out;
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        QString lastHref;
+        for (auto it = block.begin(); !it.atEnd(); ++it) {
+            const QTextCharFormat format = it.fragment().charFormat();
+            const QString href = format.isAnchor() ? format.anchorHref() : QString();
+            if (!href.isEmpty()) {
+                if (href != lastHref)
+                    out += QStringLiteral("hyperlink");
+                lastHref = href;
+                continue;
+            }
+            lastHref.clear();
+            if (format.isImageFormat()) {
+                out += RichTextAttachment::fileName(format.toImageFormat());
+                continue;
+            }
+            out += it.fragment().text();
+        }
+        out += QLatin1Char('\n');
+    }
+    return out;
+}
+
+} // namespace
+
+class TestRTFReader : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void rejectsDataThatIsNotRTF()
+    {
+        QTextDocument document;
+        RTFReader reader;
+        OVError error;
+        QVERIFY(!reader.read(QByteArray("hello"), &document, &error));
+        QCOMPARE(error.domain, RichText::ErrorDomain);
+        QCOMPARE(error.code, qint64(RichText::FileReadCorruptFileError));
+        QVERIFY(reader.hasError());
+    }
+
+    void readsThroughADevice()
+    {
+        QByteArray rtf = wrap("Device text");
+        QBuffer buffer(&rtf);
+        QTextDocument document;
+        RTFReader reader;
+        QVERIFY(reader.read(&buffer, &document));
+        QCOMPARE(document.toPlainText(), QStringLiteral("Device text"));
+    }
+
+    void paragraphsAndSpecialCharacters()
+    {
+        const QString text = readText(wrap("One\\par Two\\\nThree\\line Four\\tab Five\t"
+                                           "\\emdash\\endash\\bullet\\lquote\\rquote\\ldblquote\\rdblquote"
+                                           "\\~\\-\\_\\{\\}\\\\"));
+        QCOMPARE(text,
+                 QString::fromUtf8("One\u2029Two\u2029Three\u2028Four\tFive\t\u2014\u2013\u2022\u2018\u2019"
+                                   "\u201c\u201d\u00a0\u00ad\u2011{}\\"));
+    }
+
+    void controlWordDelimitersAndLineEnds()
+    {
+        QCOMPARE(readText(wrap("\\b Bold\\b0  two\r\nlines")), QStringLiteral("Bold twolines"));
+    }
+
+    void codePages_data()
+    {
+        QTest::addColumn<QByteArray>("rtf");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("1252") << QByteArray("{\\rtf1\\ansi\\ansicpg1252 \\'e4\\'80\\'97}") << QString::fromUtf8("ä€—");
+        QTest::newRow("1250") << QByteArray("{\\rtf1\\ansi\\ansicpg1250 \\'9a\\'e8}") << QString::fromUtf8("šč");
+        QTest::newRow("1251") << QByteArray("{\\rtf1\\ansi\\ansicpg1251 \\'cf\\'f0\\'e8}") << QString::fromUtf8("При");
+        QTest::newRow("10000") << QByteArray("{\\rtf1\\ansi\\ansicpg10000 \\'8a\\'9f}") << QString::fromUtf8("äü");
+        QTest::newRow("mac") << QByteArray("{\\rtf1\\mac \\'8a\\'a5}") << QString::fromUtf8("ä•");
+        QTest::newRow("pca") << QByteArray("{\\rtf1\\pca \\'81\\'e1}") << QString::fromUtf8("üß");
+        QTest::newRow("raw 8-bit bytes") << QByteArray("{\\rtf1\\ansi \xe4\xf6}") << QString::fromUtf8("äö");
+        QTest::newRow("font charset 1251 in a 1252 document")
+            << QByteArray("{\\rtf1\\ansi\\ansicpg1252{\\fonttbl{\\f0\\fcharset0 Arial;}{\\f1\\fcharset204 Arial;}}"
+                          "\\f0 \\'e4\\f1 \\'e4}")
+            << QString::fromUtf8("äд");
+        QTest::newRow("GBK under charset 134")
+            << QByteArray("{\\rtf1\\ansi\\ansicpg1252{\\fonttbl\\f0\\fnil\\fcharset134 PingFangSC-Regular;}"
+                          "\\f0 \\'c8\\'ed\\'bc\\'fe}")
+            << QString::fromUtf8("软件");
+        QTest::newRow("Western bytes under charset 0 in a Japanese document")
+            << QByteArray("{\\rtf1\\ansi\\ansicpg932{\\fonttbl\\f0\\fnil\\fcharset0 LucidaGrande;}\\f0 a \\'97 b}")
+            << QString::fromUtf8("a — b");
+        QTest::newRow("Shift-JIS under charset 128")
+            << QByteArray("{\\rtf1\\ansi\\ansicpg1252{\\fonttbl\\f0\\fnil\\fcharset128 Osaka;}\\f0 \\'82\\'a0}")
+            << QString::fromUtf8("あ");
+    }
+
+    void codePages()
+    {
+        QFETCH(QByteArray, rtf);
+        QFETCH(QString, expected);
+        QCOMPARE(readText(rtf), expected);
+    }
+
+    void unicodeEscapes_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("default skip of one") << QByteArray("\\u228a b") << QString::fromUtf8("ä b");
+        QTest::newRow("uc0") << QByteArray("\\uc0\\u8364 x") << QString::fromUtf8("€x");
+        QTest::newRow("uc2 with hex fallback") << QByteArray("\\uc2\\u8364\\'80\\'80x") << QString::fromUtf8("€x");
+        QTest::newRow("negative values") << QByteArray("\\u-3913 ?") << QString::fromUtf8("\uf0b7");
+        QTest::newRow("surrogate pair") << QByteArray("\\u-10179 ?\\u-8704 ?") << QString::fromUtf8("😀");
+        QTest::newRow("skip stops at group end") << QByteArray("{\\uc3\\u233 a}bc") << QString::fromUtf8("ébc");
+        QTest::newRow("control word counts as one") << QByteArray("\\u233\\tab x") << QString::fromUtf8("éx");
+        QTest::newRow("uc is group scoped") << QByteArray("{\\uc0 }\\u233 xy") << QString::fromUtf8("éy");
+    }
+
+    void unicodeEscapes()
+    {
+        QFETCH(QByteArray, body);
+        QFETCH(QString, expected);
+        QCOMPARE(readText(wrap(body)), expected);
+    }
+
+    void ignorableAndUnknownDestinationsAreSkipped()
+    {
+        const QString text = readText(wrap("A{\\*\\generator Riched20;}{\\*\\unknowndest hidden {nested} text}"
+                                           "{\\stylesheet{\\s0 Normal;}}{\\info{\\author Me}{\\operator X}}"
+                                           "\\unknownword B{\\*\\bkmkstart mark}C{\\nonshppict{\\pict\\wmetafile8 00}}"
+                                           "{\\header Header text}D"));
+        QCOMPARE(text, QStringLiteral("ABCD"));
+    }
+
+    void fontTableGivesFamiliesAndClasses()
+    {
+        QTextDocument document;
+        readText("{\\rtf1\\ansi{\\fonttbl\\f0\\froman\\fcharset0 Times-Roman;\\f1\\fmodern\\fcharset0 Menlo-Regular;"
+                 "{\\f2\\fnil\\fcharset0{\\*\\panose 0000}Grouped Font{\\*\\falt Other};}}"
+                 "\\f0 a\\f1 b\\f2 c}",
+                 &document);
+        QCOMPARE(formatAt(document, 0).fontFamilies().toStringList(), QStringList {QStringLiteral("Times-Roman")});
+        QCOMPARE(formatAt(document, 0).fontStyleHint(), QFont::Serif);
+        QCOMPARE(formatAt(document, 1).fontFamilies().toStringList(), QStringList {QStringLiteral("Menlo-Regular")});
+        QCOMPARE(formatAt(document, 1).fontStyleHint(), QFont::TypeWriter);
+        QCOMPARE(formatAt(document, 2).fontFamilies().toStringList(), QStringList {QStringLiteral("Grouped Font")});
+    }
+
+    void colourTablesIncludingExpanded()
+    {
+        QTextDocument document;
+        readText(
+            "{\\rtf1\\ansi{\\colortbl;\\red255\\green255\\blue255;\\red0\\green0\\blue233;\\red10\\green20\\blue30;}"
+            "{\\*\\expandedcolortbl;;\\cssrgb\\c0\\c0\\c93333;\\csgenericrgb\\c50196\\c50196\\c50196\\c50000;}"
+            "\\cf2 a\\cf3 b\\cf0 c\\cb2 d\\cf99 e}",
+            &document);
+        QCOMPARE(formatAt(document, 0).foreground().color(), QColor(0, 0, 238));
+        QCOMPARE(formatAt(document, 1).foreground().color(), QColor(128, 128, 128, 128));
+        QVERIFY(!formatAt(document, 2).hasProperty(QTextFormat::ForegroundBrush));
+        QCOMPARE(formatAt(document, 3).background().color(), QColor(0, 0, 238));
+        QVERIFY(!formatAt(document, 4).hasProperty(QTextFormat::ForegroundBrush));
+    }
+
+    void characterFormatting()
+    {
+        QTextDocument document;
+        readText(wrap("\\b b\\b0\\i i\\i0\\ul u\\ulnone\\strike s\\strike0\\fs36 z\\fs24\\cf2 r\\cf0\\cb3 g\\cb0"
+                      "\\super p\\nosupersub\\sub d\\sub0 {\\b x}y\\uldash h\\ulnone\\ul\\ulc2 c\\plain n"),
+                 &document);
+        QCOMPARE(document.toPlainText(), QStringLiteral("biuszrgpdxyhcn"));
+        QCOMPARE(formatAt(document, 0).fontWeight(), int(QFont::Bold));
+        QVERIFY(formatAt(document, 1).fontItalic());
+        QVERIFY(formatAt(document, 2).fontUnderline());
+        QVERIFY(formatAt(document, 3).fontStrikeOut());
+        QCOMPARE(formatAt(document, 4).fontPointSize(), 18.0);
+        QCOMPARE(formatAt(document, 5).foreground().color(), QColor(255, 0, 0));
+        QCOMPARE(formatAt(document, 6).background().color(), QColor(0, 0, 255));
+        QCOMPARE(formatAt(document, 7).verticalAlignment(), QTextCharFormat::AlignSuperScript);
+        QCOMPARE(formatAt(document, 8).verticalAlignment(), QTextCharFormat::AlignSubScript);
+        QCOMPARE(formatAt(document, 9).fontWeight(), int(QFont::Bold));
+        QVERIFY(formatAt(document, 10).fontWeight() != QFont::Bold);
+        QCOMPARE(formatAt(document, 11).underlineStyle(), QTextCharFormat::DashUnderline);
+        QCOMPARE(formatAt(document, 12).underlineColor(), QColor(255, 0, 0));
+        QCOMPARE(formatAt(document, 13).fontPointSize(), 12.0);
+        QVERIFY(!formatAt(document, 13).fontUnderline());
+        for (int i = 0; i < 14; ++i)
+            QCOMPARE(formatAt(document, i).fontFamilies().toStringList(), QStringList {QStringLiteral("Helvetica")});
+    }
+
+    void paragraphFormatting()
+    {
+        QTextDocument document;
+        readText(wrap("\\pard\\qc Centre\\par\\pard\\qr\\li720\\ri360\\fi-360\\sb120\\sa240 Right\\par"
+                      "\\pard\\tx720\\tqr\\tx2880\\tqc\\tx4000\\qj\\sl360\\slmult1 Tabs\\par\\pard Plain"),
+                 &document);
+        QCOMPARE(document.blockCount(), 4);
+        const QTextBlockFormat centre = document.findBlockByNumber(0).blockFormat();
+        QCOMPARE(centre.alignment() & Qt::AlignHorizontal_Mask, Qt::AlignHCenter);
+        const QTextBlockFormat right = document.findBlockByNumber(1).blockFormat();
+        QCOMPARE(right.alignment() & Qt::AlignHorizontal_Mask, Qt::AlignRight);
+        QCOMPARE(right.leftMargin(), 36.0);
+        QCOMPARE(right.rightMargin(), 18.0);
+        QCOMPARE(right.textIndent(), -18.0);
+        QCOMPARE(right.topMargin(), 6.0);
+        QCOMPARE(right.bottomMargin(), 12.0);
+        const QTextBlockFormat tabs = document.findBlockByNumber(2).blockFormat();
+        QCOMPARE(tabs.alignment() & Qt::AlignHorizontal_Mask, Qt::AlignJustify);
+        const QList<QTextOption::Tab> stops = tabs.tabPositions();
+        QCOMPARE(stops.size(), 3);
+        QCOMPARE(stops.at(0), QTextOption::Tab(36.0, QTextOption::LeftTab));
+        QCOMPARE(stops.at(1), QTextOption::Tab(144.0, QTextOption::RightTab));
+        QCOMPARE(stops.at(2), QTextOption::Tab(200.0, QTextOption::CenterTab));
+        QCOMPARE(tabs.lineHeightType(), int(QTextBlockFormat::ProportionalHeight));
+        QCOMPARE(tabs.lineHeight(), 150.0);
+        const QTextBlockFormat plain = document.findBlockByNumber(3).blockFormat();
+        QVERIFY(!plain.hasProperty(QTextFormat::BlockAlignment));
+        QVERIFY(plain.tabPositions().isEmpty());
+    }
+
+    void hyperlinkFieldsBecomeAnchors()
+    {
+        QTextDocument document;
+        readText(wrap("See {\\field{\\*\\fldinst{HYPERLINK \"https://example.org/a\"}}{\\fldrslt \\cf2 \\ul the "
+                      "site}} now"),
+                 &document);
+        QCOMPARE(document.toPlainText(), QStringLiteral("See the site now"));
+        QCOMPARE(formatAt(document, 5).anchorHref(), QStringLiteral("https://example.org/a"));
+        QVERIFY(formatAt(document, 5).isAnchor());
+        QVERIFY(!formatAt(document, 14).isAnchor());
+        QVERIFY(!formatAt(document, 14).fontUnderline());
+    }
+
+    void picturesPngAndJpeg()
+    {
+        const QByteArray png = pngBytes(4, 3);
+        QImage image(5, 5, QImage::Format_RGB32);
+        image.fill(Qt::blue);
+        QByteArray jpeg;
+        QBuffer buffer(&jpeg);
+        buffer.open(QIODevice::WriteOnly);
+        image.save(&buffer, "JPEG");
+        QTextDocument document;
+        readText(wrap("a{\\*\\shppict{\\pict\\pngblip\\picw4\\pich3\\picwgoal80\\pichgoal60\n" + png.toHex()
+                      + "}}{\\nonshppict{\\pict\\wmetafile8 0102}}b{\\pict\\jpegblip\\bin"
+                      + QByteArray::number(jpeg.size()) + " " + jpeg + "}c"),
+                 &document);
+        QCOMPARE(document.toRawText(), QStringLiteral("a\uFFFCb\uFFFCc"));
+        const QTextImageFormat first = formatAt(document, 1).toImageFormat();
+        QVERIFY(first.isValid());
+        QCOMPARE(RichTextAttachment::contents(&document, first), png);
+        QCOMPARE(first.width(), 4.0);
+        QCOMPARE(first.height(), 3.0);
+        QVERIFY(RichTextAttachment::fileName(first).endsWith(QLatin1String(".png")));
+        const QTextImageFormat second = formatAt(document, 3).toImageFormat();
+        QCOMPARE(RichTextAttachment::contents(&document, second), jpeg);
+        QVERIFY(RichTextAttachment::fileName(second).endsWith(QLatin1String(".jpeg")));
+        QVERIFY(RichTextAttachment::fileName(first) != RichTextAttachment::fileName(second));
+    }
+
+    void attachmentsAreResolvedThroughTheLoader()
+    {
+        const QByteArray png = pngBytes(2, 2);
+        RTFReader reader;
+        QStringList asked;
+        reader.setAttachmentLoader([&](const QString &name, QByteArray *contents) {
+            asked.append(name);
+            if (name != QLatin1String("logo@1x copy.png"))
+                return false;
+            *contents = png;
+            return true;
+        });
+        QTextDocument document;
+        QVERIFY(reader.read(wrap("{{\\NeXTGraphic logo@1x copy.png \\width4000 \\height1200\n}\xac}\\\n"
+                                 "{{\\NeXTGraphic missing.pdf \\width400 \\height400 \\appleattachmentpadding0 "
+                                 "\\appleembedtype0 \\appleaqc\n}\xac}after"),
+                            &document));
+        QCOMPARE(asked, (QStringList {QStringLiteral("logo@1x copy.png"), QStringLiteral("missing.pdf")}));
+        QCOMPARE(document.toRawText(), QStringLiteral("\uFFFC\u2029after"));
+        const QTextImageFormat format = formatAt(document, 0).toImageFormat();
+        QCOMPARE(RichTextAttachment::fileName(format), QStringLiteral("logo@1x copy.png"));
+        QCOMPARE(RichTextAttachment::contents(&document, format), png);
+        QCOMPARE(format.width(), 200.0);
+        QCOMPARE(format.height(), 60.0);
+    }
+
+    void attachmentsWithoutALoaderAreLeftOut()
+    {
+        QCOMPARE(readText(wrap("x{{\\NeXTGraphic a.png \\width20 \\height20\n}\xac}y")), QStringLiteral("xy"));
+    }
+
+    void documentAttributes()
+    {
+        RTFReader reader;
+        QTextDocument document;
+        QVERIFY(reader.read(QByteArray("{\\rtf1\\ansi{\\info{\\title The Title}{\\author Wolfgang}{\\creatim\\yr2020}}"
+                                       "{\\*\\background {\\shp{\\*\\shpinst\\shpleft0{\\sp{\\sn fillColor}{\\sv "
+                                       "3368601}}}}}Text}"),
+                            &document));
+        QCOMPARE(document.toPlainText(), QStringLiteral("Text"));
+        const QVariantMap attributes = reader.documentAttributes();
+        QCOMPARE(attributes.value(RichText::DocumentTypeAttribute).toString(), RichText::RTFDocumentType);
+        QCOMPARE(attributes.value(RichText::TitleAttribute).toString(), QStringLiteral("The Title"));
+        QCOMPARE(attributes.value(RichText::AuthorAttribute).toString(), QStringLiteral("Wolfgang"));
+        QCOMPARE(attributes.value(RichText::BackgroundColorAttribute).value<QColor>(), QColor(0x99, 0x66, 0x33));
+    }
+
+    // Damaged and hostile input.
+
+    void unbalancedBraces()
+    {
+        QCOMPARE(readText("{\\rtf1\\ansi {\\b bold {\\i deeper"), QStringLiteral("bold deeper"));
+        QCOMPARE(readText("{\\rtf1\\ansi text} after the end}}}"), QStringLiteral("text"));
+        QCOMPARE(readText("{\\rtf1\\ansi a}}}}{{{b"), QStringLiteral("a"));
+    }
+
+    void truncatedFiles()
+    {
+        const QByteArray full = wrap("Hello \\b world\\b0 \\'e4{\\field{\\*\\fldinst{HYPERLINK \"x\"}}{\\fldrslt link}}"
+                                     "{\\pict\\pngblip 89504e47}\\u8364 ?end");
+        for (int length = 0; length < full.size(); ++length) {
+            QTextDocument document;
+            RTFReader reader;
+            const bool ok = reader.read(full.left(length), &document);
+            QCOMPARE(ok, RTFReader::looksLikeRTF(full.left(length)));
+        }
+        QCOMPARE(readText(full.left(full.indexOf("world") + 3)), QStringLiteral("Hello wor"));
+        QCOMPARE(readText(QByteArray("{\\rtf1 a\\")), QStringLiteral("a"));
+        QCOMPARE(readText(QByteArray("{\\rtf1 a\\'e")), QStringLiteral("a"));
+    }
+
+    void hugeParameters()
+    {
+        QCOMPARE(readText(wrap("\\fs99999999999999999999 a\\u99999999999999999999 b\\uc99999999999999999999 c"
+                               "\\li-99999999999999999999 d\\bin99999999999999999999")),
+                 QString::fromUtf8("a\uFFFDcd"));
+        QTextDocument document;
+        readText(wrap("\\fs99999999999999999999 big"), &document);
+        QVERIFY(formatAt(document, 0).fontPointSize() > 0);
+        QCOMPARE(readText(wrap("\\aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa5 x")),
+                 QStringLiteral("x"));
+    }
+
+    void deeplyNestedGroups()
+    {
+        const int depth = 100000;
+        QByteArray rtf = "{\\rtf1\\ansi ";
+        rtf += QByteArray(depth, '{');
+        rtf += "deep";
+        rtf += QByteArray(depth, '}');
+        rtf += " after}";
+        QCOMPARE(readText(rtf), QStringLiteral("deep after"));
+        // Unclosed as well.
+        QCOMPARE(readText("{\\rtf1 " + QByteArray(depth, '{') + "x"), QStringLiteral("x"));
+    }
+
+    void binaryWhoseLengthLies()
+    {
+        QCOMPARE(readText(wrap("a{\\pict\\pngblip\\bin500 short}b")), QStringLiteral("a"));
+        QCOMPARE(readText(wrap("a\\bin3 xyzb")), QStringLiteral("ab"));
+        QCOMPARE(readText(wrap("a\\bin-5 b")), QStringLiteral("ab"));
+    }
+
+    void pictureWithOddHex()
+    {
+        const QByteArray hex = pngBytes(2, 2).toHex();
+        QTextDocument document;
+        // A lost digit damages the image; the text around it stays.
+        readText(wrap("a{\\pict\\pngblip " + hex + "f}b{\\pict\\pngblip zz1}c"), &document);
+        const QString raw = document.toRawText();
+        QVERIFY(raw.startsWith(QLatin1Char('a')));
+        QVERIFY(raw.contains(QLatin1Char('b')));
+        QVERIFY(raw.endsWith(QLatin1Char('c')));
+        QVERIFY(raw.size() <= 4);
+    }
+
+    void largeDocumentsAreReadInOnePass()
+    {
+        // About 50 MB: long paragraphs with formatting changes, escapes and a skipped binary blob.
+        QByteArray paragraph;
+        for (int i = 0; i < 200; ++i)
+            paragraph += "Some text \\b bold\\b0  and \\'e4\\u8364 ? more ";
+        paragraph += "\\par\n";
+        QByteArray rtf = wrap("");
+        rtf.chop(1);
+        rtf.reserve(52 * 1024 * 1024);
+        const QByteArray blob = "{\\*\\blob " + QByteArray(1024 * 1024, 'a') + "}";
+        while (rtf.size() < 50 * 1024 * 1024)
+            rtf += rtf.size() % 10 == 0 ? blob : paragraph;
+        rtf += "}";
+        QTextDocument document;
+        RTFReader reader;
+        QVERIFY(reader.read(rtf, &document));
+        QVERIFY(document.blockCount() > 1000);
+        QVERIFY(document.findBlockByNumber(0).text().startsWith(QStringLiteral("Some text bold and ä€ more")));
+    }
+
+    // The fixtures, compared with what unrtf reads from them.
+
+    void fixturesReadLikeAnIndependentReader_data()
+    {
+        QTest::addColumn<QString>("fixture");
+        for (const char *name :
+             {"rtf/neovim-mac-Credits.rtf", "rtf/vAmiga-Credits.rtf", "rtf/iAvro-Credits-HEAD-TXT.rtf",
+              "rtf/sequelpro-Credits-cocoartf1038.rtf", "rtf/cooViewer-Credits-ansicpg932.rtf",
+              "rtfd/LazyHackintosh-Credits.rtfd", "rtfd/LazyHackintosh-zh-Hans-Credits.rtfd", "rtfd/iAvro-Credits.rtfd",
+              "rtfd/openthesaurus-finishup_de.rtfd", "rtfd/openthesaurus-readme_de.rtfd"})
+            QTest::newRow(name) << QString::fromLatin1(name);
+    }
+
+    void fixturesReadLikeAnIndependentReader()
+    {
+        QFETCH(QString, fixture);
+        KI_REQUIRE_FIXTURE(path, fixture);
+        if (!QFileInfo::exists(QStringLiteral("/usr/bin/unrtf")))
+            QSKIP("unrtf is not installed");
+        QTextDocument document;
+        QString rtfPath = path;
+        if (fixture.endsWith(QLatin1String(".rtfd"))) {
+            rtfPath = path + QStringLiteral("/TXT.rtf");
+            OVError error;
+            QVERIFY2(RTFDPackage::readDocument(path, &document, nullptr, &error),
+                     qPrintable(error.localizedDescription));
+        } else {
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            RTFReader reader;
+            QVERIFY(reader.read(&file, &document));
+        }
+        const QString ours = withoutWhiteSpace(ourComparableText(document));
+        const QString theirs = withoutWhiteSpace(unrtfText(rtfPath));
+        QVERIFY(!ours.isEmpty());
+        QCOMPARE(ours, theirs);
+    }
+
+    void fixtureDetails()
+    {
+        KI_REQUIRE_FIXTURE(vAmiga, "rtf/vAmiga-Credits.rtf");
+        QFile file(vAmiga);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QTextDocument document;
+        RTFReader reader;
+        QVERIFY(reader.read(&file, &document));
+        const QString text = document.toPlainText();
+        QVERIFY(text.contains(QString::fromUtf8("Fakultät für Informatik")));
+        QVERIFY(text.contains(QStringLiteral("Author:\t\tDirk W. Hoffmann")));
+        const int author = text.indexOf(QStringLiteral("Dirk"));
+        QCOMPARE(formatAt(document, author).fontFamilies().toStringList(), QStringList {QStringLiteral("Times-Bold")});
+        QCOMPARE(formatAt(document, author).fontWeight(), int(QFont::Bold));
+        QCOMPARE(formatAt(document, 0).foreground().color(), QColor(128, 128, 128));
+        const QList<QTextOption::Tab> tabs = document.firstBlock().blockFormat().tabPositions();
+        QCOMPARE(tabs.size(), 2);
+        QCOMPARE(tabs.at(0).type, QTextOption::RightTab);
+        QCOMPARE(tabs.at(0).position, 43.0);
+        const int link = text.indexOf(QStringLiteral("dirk.hoffmann@h-ka.de"));
+        QCOMPARE(formatAt(document, link).anchorHref(), QStringLiteral("mailto:dirk.hoffmann@hs-karlsruhe.de"));
+    }
+};
+
+QTEST_MAIN(TestRTFReader)
+#include "TestRTFReader.moc"
