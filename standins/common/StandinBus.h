@@ -1,0 +1,19 @@
+// Putting a stand-in's object on the session bus under its well-known name, and ending the
+// stand-in when that bus goes away (a private test bus ends with its test; nobody would
+// ever talk to the stand-in again).
+#pragma once
+
+#include <QObject>
+#include <QString>
+
+namespace StandinBus {
+
+// Registers `object` on path "/" with all its slots and then claims `identifier`, so that
+// a caller activated by the name always finds the object. Answers false with a message when
+// there is no session bus or the name is taken.
+[[nodiscard]] bool publish(QObject *object, const QString &identifier, QString *error = nullptr);
+
+// Quits the application once the session bus connection is lost.
+void quitWhenBusCloses(QObject *context);
+
+} // namespace StandinBus

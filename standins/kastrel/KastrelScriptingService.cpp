@@ -1,0 +1,139 @@
+#include "standins/kastrel/KastrelScriptingService.h"
+
+#include "standins/kastrel/KastrelItemExporter.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QTimer>
+#include <cstdio>
+
+namespace {
+
+const QString kUnknownObject = QStringLiteral("org.freedesktop.DBus.Error.UnknownObject");
+const QString kInvalidArgs = QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs");
+
+} // namespace
+
+KastrelScriptingService::KastrelScriptingService(const KastrelLibrary &library, std::optional<QString> version,
+                                                 QObject *parent)
+    : QObject(parent)
+    , m_library(library)
+    , m_model(library, std::move(version))
+{ }
+
+void KastrelScriptingService::registerTypes()
+{
+    qDBusRegisterMetaType<KastrelPropertyList>();
+}
+
+template<typename T> T KastrelScriptingService::reply(const T &value)
+{
+    if (m_replyDelay > 0 && calledFromDBus()) {
+        setDelayedReply(true);
+        const QDBusMessage answer = message().createReply(QVariant::fromValue(value));
+        QDBusConnection bus = connection();
+        QTimer::singleShot(m_replyDelay, this, [bus, answer]() mutable { bus.send(answer); });
+    }
+    return value;
+}
+
+void KastrelScriptingService::replyError(const QString &name, const QString &text)
+{
+    if (!calledFromDBus())
+        return;
+    if (m_replyDelay > 0) {
+        setDelayedReply(true);
+        const QDBusMessage answer = message().createErrorReply(name, text);
+        QDBusConnection bus = connection();
+        QTimer::singleShot(m_replyDelay, this, [bus, answer]() mutable { bus.send(answer); });
+    } else {
+        sendErrorReply(name, text);
+    }
+}
+
+KastrelPropertyList KastrelScriptingService::Properties(const QList<QDBusObjectPath> &objects)
+{
+    KastrelPropertyList dictionaries;
+    dictionaries.reserve(objects.size());
+    for (const QDBusObjectPath &object : objects) {
+        QString error;
+        const std::optional<KastrelObjectRef> resolved = m_model.resolve(object.path(), &error);
+        if (!resolved) {
+            replyError(kUnknownObject, error);
+            return {};
+        }
+        dictionaries << m_model.properties(*resolved);
+    }
+    return reply(dictionaries);
+}
+
+uint KastrelScriptingService::Count(const QDBusObjectPath &container, const QString &element)
+{
+    QString error;
+    const std::optional<KastrelObjectRef> resolved = m_model.resolve(container.path(), &error);
+    if (!resolved) {
+        replyError(kUnknownObject, error);
+        return 0;
+    }
+    const std::optional<uint> count = m_model.count(*resolved, element, &error);
+    if (!count) {
+        replyError(kInvalidArgs, error);
+        return 0;
+    }
+    return reply(*count);
+}
+
+QList<QDBusObjectPath> KastrelScriptingService::Elements(const QDBusObjectPath &container, const QString &element)
+{
+    QString error;
+    const std::optional<KastrelObjectRef> resolved = m_model.resolve(container.path(), &error);
+    if (!resolved) {
+        replyError(kUnknownObject, error);
+        return {};
+    }
+    const std::optional<QList<QDBusObjectPath>> elements = m_model.elements(*resolved, element, &error);
+    if (!elements) {
+        replyError(kInvalidArgs, error);
+        return {};
+    }
+    return reply(*elements);
+}
+
+QString KastrelScriptingService::Export(const QList<QDBusObjectPath> &items, const QString &folder)
+{
+    if (items.size() != 1) {
+        replyError(kInvalidArgs, QStringLiteral("Export takes exactly one item, not %1").arg(items.size()));
+        return QString();
+    }
+    QString error;
+    const std::optional<KastrelObjectRef> resolved = m_model.resolve(items.first().path(), &error);
+    if (!resolved) {
+        replyError(kUnknownObject, error);
+        return QString();
+    }
+    if (resolved->objectClass != KastrelObjectRef::Item) {
+        replyError(kInvalidArgs, QStringLiteral("%1 is not an item").arg(items.first().path()));
+        return QString();
+    }
+    const KastrelItem &item = m_library.items().at(resolved->index);
+    switch (item.exportBehavior) {
+    case KastrelExportBehavior::Quits:
+        // The application goes away in the middle of the command, leaving it unanswered.
+        std::fprintf(stderr, "kastrel-standin: item %s quits the application during its export\n", qPrintable(item.id));
+        std::fflush(stderr);
+        setDelayedReply(true);
+        QCoreApplication::exit(3);
+        return QString();
+    case KastrelExportBehavior::Fails:
+        return reply(QString());
+    case KastrelExportBehavior::Normal:
+        break;
+    }
+    const QString path = KastrelItemExporter::exportItem(item, folder, &error);
+    if (path.isEmpty())
+        std::fprintf(stderr, "kastrel-standin: nothing exported for item %s: %s\n", qPrintable(item.id),
+                     qPrintable(error));
+    return reply(path);
+}

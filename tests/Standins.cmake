@@ -1,0 +1,12 @@
+# The stand-in tests start the stand-in executables, so those are built first.
+foreach(pair "TestKastrelStandin:kastrel-standin" "TestNortavelStandin:nortavel3-standin")
+    string(REPLACE ":" ";" pair ${pair})
+    list(GET pair 0 test)
+    list(GET pair 1 executable)
+    if(TARGET ${test} AND TARGET ${executable})
+        add_dependencies(${test} ${executable})
+    endif()
+endforeach()
+if(TARGET TestNortavelStandin AND TARGET NortavelStandinLibrary)
+    target_link_libraries(TestNortavelStandin PRIVATE NortavelStandinLibrary)
+endif()
