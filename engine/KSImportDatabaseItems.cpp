@@ -1,0 +1,53 @@
+// Images and web archives: the source writes each item's file straight into its folder;
+// the file keeps the name the source gave it, is dated, and gets its item record.
+#include "engine/KSImportOperation.h"
+#include "engine/KSLibraryRecords.h"
+#include "foundation/OVFileNameStrings.h"
+#include "foundation/OVStringFormat.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+bool KSImportOperation::importDatabaseItems(const QList<KastrelDatabaseItem> &items, qint64 type,
+                                            const QString &directory)
+{
+    for (const KastrelDatabaseItem &item : items) {
+        if (isCancelled())
+            return false;
+        const QString name = item.name();
+        if (name.isEmpty()) {
+            skipItemWithoutName(item);
+            continue;
+        }
+
+        const QString path = exportItemToFolder(item, directory);
+        if (path.isNull()) {
+            informDelegateDidEncounterError(itemExportError(
+                QT_TRANSLATE_NOOP("KastrelImporter", "Unable to export database item with name \"%@\"."), name));
+            return false;
+        }
+
+        // The file keeps the name the source chose. Only when sanitising would not change it is
+        // it "moved", onto itself; a name the sanitiser would change is left alone, and the
+        // record describes the file as the source named it.
+        const QString fileName = QFileInfo(path).fileName();
+        if (OVExtensions::stringSanitizedForFileName(fileName) == fileName)
+            QFile::rename(path, QDir(QFileInfo(path).absolutePath()).filePath(fileName));
+
+        setFileDates(path, item);
+        const QString identifier = item.id();
+        writeLog(OVStringWithFormat(QStringLiteral("Exporting item with identifier: %@"), {identifier}));
+
+        OVPlist record = itemRecord(type, identifier, path, fileName);
+        insertNameAndDates(record, fileName, item);
+        // Only ever yes: an item that is not encrypted says nothing.
+        if (item.respondsToEncrypted() && item.encrypted().value_or(false))
+            record.insert(QStringLiteral("com.orvantis.Nortavel.EncryptItemOnImport"), true);
+        addGeneralAttributesToDatabaseItem(item, record);
+        setEntityRecord(KSLibraryRecords::itemEntity, identifier, record);
+
+        informDelegateDidImportRecordOfType(QString(QLatin1String("")));
+    }
+    return true;
+}

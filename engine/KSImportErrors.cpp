@@ -1,0 +1,8 @@
+#include "engine/KSImportErrors.h"
+
+#include "foundation/OVLocalization.h"
+
+OVError KSImportError(KSImportErrorCode code, const char *englishText)
+{
+    return OVError {KSImportErrorDomain, code, OVLocalizedString(englishText)};
+}

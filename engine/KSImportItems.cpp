@@ -1,0 +1,132 @@
+// The item stage: counts and announces the items of the selected kinds, prepares the export
+// folder's sub-folders and the item table, then hands each selected kind, in a fixed order,
+// to its exporter, stopping at the first that answers no.
+#include "engine/KSImportErrors.h"
+#include "engine/KSImportOperation.h"
+#include "engine/KSLibraryRecords.h"
+#include "formats/NVItemType.h"
+#include "foundation/OVLocalization.h"
+#include "foundation/OVStandardPaths.h"
+#include "foundation/OVStringFormat.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace {
+
+enum class Exporter { Notes, Bookmarks, DatabaseItems, PDFs };
+
+struct ItemKind
+{
+    const char *optionKey;
+    KastrelItemKind kind;
+    const char *logLine;
+    Exporter exporter;
+    NVItemType type; // for the database-item exporter
+    const char *folder;
+};
+
+// Serial numbers and passwords become notes in the target, not kinds of their own.
+const ItemKind itemKinds[] = {
+    {"notes", KastrelItemKind::Note, "Exporting notes", Exporter::Notes, NVItemTypeNote, "Notes"},
+    {"bookmarks", KastrelItemKind::Bookmark, "Exporting bookmarks", Exporter::Bookmarks, NVItemTypeBookmark,
+     "Bookmarks"},
+    {"serialNumbers", KastrelItemKind::SerialNumber, "Exporting serial numbers", Exporter::Notes, NVItemTypeNote,
+     "Notes"},
+    {"passwords", KastrelItemKind::Password, "Exporting passwords", Exporter::Notes, NVItemTypeNote, "Notes"},
+    {"images", KastrelItemKind::Image, "Exporting images", Exporter::DatabaseItems, NVItemTypeImage, "Images"},
+    {"PDFs", KastrelItemKind::PDFArchive, "Exporting PDFs", Exporter::PDFs, NVItemTypeDocument, "Documents"},
+    {"webArchives", KastrelItemKind::WebArchive, "Exporting web archives", Exporter::DatabaseItems, NVItemTypeWebPage,
+     "Web Pages"},
+};
+
+const char *const subFolders[] = {"Notes", "Documents", "Images", "Bookmarks", "Web Pages", "TMP"};
+
+const char *const exportFolderErrorText
+    = QT_TRANSLATE_NOOP("KastrelImporter", "Unable to create the temporary directory to export files.");
+
+} // namespace
+
+bool KSImportOperation::importItems()
+{
+    const QVariantMap options = importOptions();
+    // A missing key is off, as is anything that is not true.
+    const auto selected
+        = [&options](const ItemKind &kind) { return options.value(QString::fromLatin1(kind.optionKey)).toBool(); };
+    const KastrelApplication source = *kastrelApp();
+
+    quint64 total = 0;
+    QMap<QString, quint64> counts;
+    for (const ItemKind &kind : itemKinds) {
+        if (!selected(kind))
+            continue;
+        const quint64 count = source.itemsOfKind(kind.kind).count();
+        counts.insert(QString::fromLatin1(kind.optionKey), count);
+        total += count;
+    }
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_announcedItemCounts = counts;
+    }
+    informDelegateWillStartImportingCountOfRecordsOfType(
+        {{QStringLiteral("type"), OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Items"))},
+         {QStringLiteral("count"), total}});
+
+    const QString folder = filesPath();
+    writeLog(OVStringWithFormat(QStringLiteral("Using temporary directory: %@"), {folder}));
+
+    QString reason;
+    if (QFileInfo(folder).exists() || QFileInfo(folder).isSymLink()) {
+        if (!OVStandardPaths::removeItemAtPath(folder, &reason)) {
+            informDelegateDidEncounterError(KSImportError(KSExportFolderError, exportFolderErrorText));
+            writeLog(OVStringWithFormat(QStringLiteral("Unable to remove directory %@: %@"), {folder, reason}));
+            return false;
+        }
+    }
+    for (const char *subFolder : subFolders) {
+        const QString path = QDir(folder).filePath(QString::fromLatin1(subFolder));
+        if (!OVStandardPaths::createFolderWithIntermediates(path, &reason)) {
+            informDelegateDidEncounterError(KSImportError(KSExportFolderError, exportFolderErrorText));
+            writeLog(OVStringWithFormat(QStringLiteral("Unable to create directory %@: %@"), {path, reason}));
+            return false;
+        }
+    }
+
+    {
+        OVPlist library = libraryPlist();
+        library.insert(KSLibraryRecords::exporterVersionKey, 350);
+        // A path, not a flag: it names what the target deletes once it has imported the library.
+        library.insert(KSLibraryRecords::removeFileOnCompletionKey, folder);
+        setLibraryPlist(library);
+    }
+    createEntityTable(KSLibraryRecords::itemEntity);
+
+    for (const ItemKind &kind : itemKinds) {
+        if (!selected(kind))
+            continue;
+        writeLog(QString::fromLatin1(kind.logLine));
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            m_currentOptionKey = QString::fromLatin1(kind.optionKey);
+        }
+        bool exported = false;
+        switch (kind.exporter) {
+        case Exporter::Notes:
+            exported = importDatabaseItemsAsNotes(source.itemsOfKind(kind.kind).get());
+            break;
+        case Exporter::Bookmarks:
+            exported = importBookmarks();
+            break;
+        case Exporter::DatabaseItems:
+            exported = importDatabaseItems(source.itemsOfKind(kind.kind).get(), kind.type,
+                                           QDir(folder).filePath(QString::fromLatin1(kind.folder)));
+            break;
+        case Exporter::PDFs:
+            exported = importPDFs();
+            break;
+        }
+        if (!exported)
+            return false;
+    }
+    return true;
+}

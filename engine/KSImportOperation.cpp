@@ -1,0 +1,216 @@
+// The run itself: finding the target, the log and its framing lines, and the guard that
+// turns anything thrown by a stage into error 10004 followed by the cancel notification.
+#include "engine/KSImportOperation.h"
+
+#include "engine/DBusScriptingBackend.h"
+#include "engine/KSImportErrors.h"
+#include "engine/KSLibraryRecords.h"
+#include "foundation/OVLogLine.h"
+#include "foundation/OVStandardPaths.h"
+
+#include <QDir>
+#include <QFile>
+#include <exception>
+
+const QString KSImportOperation::targetIdentifier = QStringLiteral("com.orvantis.Nortavel3");
+const QString KSImportOperation::sandboxedTargetIdentifier = QStringLiteral("com.orvantis.Nortavel3.mac");
+const QString KSImportOperation::sourceIdentifier = QStringLiteral("com.fendwick.kastrel4");
+const QString KSImportOperation::legacySourceIdentifier = QStringLiteral("com.fendwick.kastrel");
+
+namespace {
+
+// The support folder of the target edition: the user's own for the plain edition, the
+// sandbox's container for any other.
+QString supportFolderForTarget(const QString &identifier)
+{
+    if (identifier == KSImportOperation::targetIdentifier)
+        return OVStandardPaths::applicationSupportFolder();
+    return OVStandardPaths::sandboxedApplicationSupportFolder(identifier);
+}
+
+} // namespace
+
+KSImportOperation::KSImportOperation(std::shared_ptr<ScriptingBackend> backend)
+    : m_backend(backend ? std::move(backend) : std::make_shared<DBusScriptingBackend>())
+    , m_libraryPlist(OVPlist::dictionary())
+{ }
+
+KSImportOperation::~KSImportOperation() = default;
+
+QString KSImportOperation::logFilePathForTarget(const QString &targetIdentifier)
+{
+    return QDir(supportFolderForTarget(targetIdentifier))
+        .filePath(QStringLiteral("Nortavel 3/Logs/Kastrel Export.log"));
+}
+
+QString KSImportOperation::exportFolderForTarget(const QString &identifier, QString *reason)
+{
+    if (identifier == targetIdentifier) {
+        const QString temporary = OVStandardPaths::perUserTemporaryFolder(reason);
+        return temporary.isNull() ? QString() : QDir(temporary).filePath(QStringLiteral("Kastrel"));
+    }
+    return QDir(supportFolderForTarget(identifier)).filePath(QStringLiteral("Nortavel 3/LibraryImport/Kastrel"));
+}
+
+void KSImportOperation::main()
+{
+    QString identifier;
+    for (const QString &candidate : {targetIdentifier, sandboxedTargetIdentifier}) {
+        if (!m_backend->absolutePathForAppBundleWithIdentifier(candidate).isNull()) {
+            identifier = candidate;
+            break;
+        }
+    }
+    if (identifier.isNull()) {
+        // Nothing is logged: without a target there is no folder to log into.
+        informDelegateDidEncounterError(KSImportError(KSTargetApplicationNotFoundError,
+                                                      QT_TRANSLATE_NOOP("KastrelImporter", "Nortavel app not found.")));
+        return;
+    }
+
+    const QString logPath = logFilePathForTarget(identifier);
+    QDir().mkpath(QFileInfo(logPath).absolutePath());
+    auto log = std::make_shared<QFile>(logPath);
+    // Unbuffered, so every line is on disk when written, even if the run dies afterwards. A log
+    // that cannot be opened is not an error: the run goes on and its lines are lost.
+    log->open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered);
+    setLogStream(log);
+
+    try {
+        writeLog(QStringLiteral("*** Export started"));
+        performImportWithAppIdentifier(identifier);
+        writeLog(QStringLiteral("*** Export ended"));
+        if (isCancelled())
+            informDelegateDidCancel();
+        else
+            informDelegateDidEnd();
+    } catch (const std::exception &exception) {
+        informDelegateDidEncounterError(
+            OVError {KSImportErrorDomain, KSExceptionError, QString::fromUtf8(exception.what())});
+        informDelegateDidCancel();
+    } catch (...) {
+        informDelegateDidEncounterError(
+            OVError {KSImportErrorDomain, KSExceptionError, QStringLiteral("Unknown exception")});
+        informDelegateDidCancel();
+    }
+    log->close();
+}
+
+void KSImportOperation::writeLog(const QString &line)
+{
+    const std::shared_ptr<QIODevice> stream = logStream();
+    if (stream && stream->isOpen())
+        OVExtensions::writeLogLine(*stream, line);
+}
+
+void KSImportOperation::createEntityTable(const QString &entity)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_libraryPlist[QStringLiteral("Entities")].insert(entity, OVPlist::dictionary());
+    m_groupIndex.reset();
+}
+
+void KSImportOperation::setEntityRecord(const QString &entity, const QString &identifier, const OVPlist &record)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_libraryPlist[QStringLiteral("Entities")][entity].insert(identifier, record);
+    if (entity == KSLibraryRecords::itemGroupEntity || entity == KSLibraryRecords::smartGroupEntity)
+        m_groupIndex.reset();
+}
+
+OVPlist KSImportOperation::libraryPlist() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_libraryPlist;
+}
+
+void KSImportOperation::setLibraryPlist(const OVPlist &libraryPlist)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_libraryPlist = libraryPlist;
+    m_groupIndex.reset();
+}
+
+std::shared_ptr<KSImportOperationDelegate> KSImportOperation::delegate() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_delegate;
+}
+
+void KSImportOperation::setDelegate(std::shared_ptr<KSImportOperationDelegate> delegate)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_delegate = std::move(delegate);
+}
+
+QVariantMap KSImportOperation::importOptions() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_importOptions;
+}
+
+void KSImportOperation::setImportOptions(const QVariantMap &importOptions)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_importOptions = importOptions;
+}
+
+std::shared_ptr<QIODevice> KSImportOperation::logStream() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_logStream;
+}
+
+void KSImportOperation::setLogStream(std::shared_ptr<QIODevice> logStream)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_logStream = std::move(logStream);
+}
+
+std::optional<KastrelApplication> KSImportOperation::kastrelApp() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_kastrelApp;
+}
+
+void KSImportOperation::setKastrelApp(std::optional<KastrelApplication> kastrelApp)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_kastrelApp = std::move(kastrelApp);
+}
+
+quint64 KSImportOperation::majorVersion() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_majorVersion;
+}
+
+void KSImportOperation::setMajorVersion(quint64 majorVersion)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_majorVersion = majorVersion;
+}
+
+QString KSImportOperation::filesPath() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_filesPath;
+}
+
+void KSImportOperation::setFilesPath(const QString &filesPath)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_filesPath = filesPath;
+}
+
+QMap<QString, quint64> KSImportOperation::announcedItemCounts() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_announcedItemCounts;
+}
+
+QList<KSImportOperation::SkippedItem> KSImportOperation::skippedItems() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_skippedItems;
+}

@@ -1,0 +1,164 @@
+// The export engine: one operation exports the whole source library and hands it to the
+// target. Created per run by whoever shows its progress, run once on a worker thread through
+// main(), cancelled from the main thread. The stages live in files of their own
+// (KSPerformImport.cpp, KSImportGroups.cpp, ...); the notifications in
+// KSImportOperationNotifications.cpp.
+#pragma once
+
+#include "engine/KSImportOperationDelegate.h"
+#include "engine/KastrelApplication.h"
+#include "engine/ScriptingBackend.h"
+#include "foundation/OVError.h"
+#include "foundation/OVPlist.h"
+
+#include <QHash>
+#include <QIODevice>
+#include <QList>
+#include <QMap>
+#include <QString>
+#include <QVariantMap>
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+class KSImportOperation
+{
+public:
+    // The two editions of the target, in the order they are looked for.
+    static const QString targetIdentifier;
+    static const QString sandboxedTargetIdentifier;
+    // The two identifiers of the source, in the order they are tried.
+    static const QString sourceIdentifier;
+    static const QString legacySourceIdentifier;
+
+    // `backend` reaches the applications; by default the session bus.
+    explicit KSImportOperation(std::shared_ptr<ScriptingBackend> backend = nullptr);
+    ~KSImportOperation();
+
+    KSImportOperation(const KSImportOperation &) = delete;
+    KSImportOperation &operator=(const KSImportOperation &) = delete;
+
+    // The run's body. Never throws: whatever escapes the stages becomes error 10004.
+    void main();
+
+    void cancel() { m_cancelled.store(true); }
+    bool isCancelled() const { return m_cancelled.load(); }
+
+    // Properties; each accessor takes the operation's lock.
+    OVPlist libraryPlist() const;
+    void setLibraryPlist(const OVPlist &libraryPlist);
+    // Held strongly: the delegate lives at least as long as the operation.
+    std::shared_ptr<KSImportOperationDelegate> delegate() const;
+    void setDelegate(std::shared_ptr<KSImportOperationDelegate> delegate);
+    QVariantMap importOptions() const;
+    void setImportOptions(const QVariantMap &importOptions);
+    std::shared_ptr<QIODevice> logStream() const;
+    void setLogStream(std::shared_ptr<QIODevice> logStream);
+    std::optional<KastrelApplication> kastrelApp() const;
+    void setKastrelApp(std::optional<KastrelApplication> kastrelApp);
+    quint64 majorVersion() const;
+    void setMajorVersion(quint64 majorVersion);
+    QString filesPath() const;
+    void setFilesPath(const QString &filesPath);
+
+    ScriptingBackend &scriptingBackend() const { return *m_backend; }
+
+    // What the item stage found, for summaries after a run: the number of items of each selected
+    // kind (by option key, as counted before the export), and the items it passed over.
+    struct SkippedItem
+    {
+        QString identifier;
+        QString optionKey;
+        QString reason;
+    };
+    QMap<QString, quint64> announcedItemCounts() const;
+    QList<SkippedItem> skippedItems() const;
+
+    // Where the log of a run for `targetIdentifier` goes: "<support>/Nortavel 3/Logs/Kastrel Export.log".
+    static QString logFilePathForTarget(const QString &targetIdentifier);
+    // The export folder for `targetIdentifier`, or a null string (and *reason) when the
+    // per-user temporary folder cannot be used.
+    static QString exportFolderForTarget(const QString &targetIdentifier, QString *reason = nullptr);
+
+    // The run, after main() has found the target and opened the log.
+    bool performImportWithAppIdentifier(const QString &identifier);
+
+    // The stages, in the order the run calls them; each answers whether to go on.
+    bool importGroups();
+    bool importSmartGroups();
+    bool importLabels();
+    bool importItems();
+
+    // The item exporters importItems() calls, one per kind of item.
+    bool importDatabaseItemsAsNotes(const QList<KastrelDatabaseItem> &items);
+    bool importBookmarks();
+    bool importDatabaseItems(const QList<KastrelDatabaseItem> &items, qint64 type, const QString &directory);
+    bool importPDFs();
+
+    // Writes the note package of a staged file: "originalPath" is read, "notePath" written.
+    // Runs on the main thread; a failure only leaves a line on the console.
+    void convertFileToNoteOnMainThread(const QVariantMap &request);
+
+    // Web Page (7) for PDFs a browser saved, Document (2) for any other.
+    static qint64 itemTypeForPDFAtPath(const QString &path);
+
+    // The attributes every item record carries: comments, tags, label and groups.
+    void addGeneralAttributesToDatabaseItem(const KastrelDatabaseItem &item, OVPlist &itemRecord);
+    // The item's tag names joined by ",", or a null string when it has none.
+    QString tagsStringForDatabaseItem(const KastrelDatabaseItem &item);
+    // "LibraryGroup", then the groups and smart groups that list the item, in table order.
+    QStringList groupIdentifiersForDatabaseItem(const KastrelDatabaseItem &item);
+
+    // The notifications. Each runs on the main thread while the caller waits.
+    void informDelegateDidStart();
+    void informDelegateWillStartImportingRecordsOfType(const QString &type);
+    void informDelegateWillStartImportingCountOfRecordsOfType(const QVariantMap &countAndType);
+    void informDelegateDidImportRecordOfType(const QString &type);
+    void informDelegateDidEncounterError(const OVError &error);
+    void informDelegateDidCancel();
+    void informDelegateDidEnd();
+
+protected:
+    // Writes a line to the log when it is open; lines for a log that could not be opened are lost.
+    void writeLog(const QString &line);
+    // The entity table `entity` of the library file, made empty.
+    void createEntityTable(const QString &entity);
+    // Puts `record` into entity table `entity` under `identifier`.
+    void setEntityRecord(const QString &entity, const QString &identifier, const OVPlist &record);
+    // Notes an item passed over because it has no name, in the log and for the summary.
+    void skipItemWithoutName(const KastrelDatabaseItem &item);
+    // Has the source write `item` into `folder`: the written path, or a null string when it
+    // wrote nothing or answered a path outside `folder`, which is treated the same.
+    QString exportItemToFolder(const KastrelDatabaseItem &item, const QString &folder);
+    // Sets what the item has of its creation and modification dates on the file at `path`.
+    static void setFileDates(const QString &path, const KastrelDatabaseItem &item);
+    // A record of the item table with the keys every kind sets first.
+    static OVPlist itemRecord(qint64 type, const QString &identifier, const QString &path, const QString &fileName);
+    // The name (the file name without its extension), the hidden-extension flag and what the
+    // item has of its dates: the keys notes and database items share.
+    static void insertNameAndDates(OVPlist &record, const QString &fileName, const KastrelDatabaseItem &item);
+    // The reason of the 10003 error for `item`: `format` filled with the item's name.
+    static OVError itemExportError(const char *format, const QString &name);
+
+private:
+    std::shared_ptr<ScriptingBackend> m_backend;
+    std::atomic<bool> m_cancelled {false};
+
+    mutable std::mutex m_mutex;
+    OVPlist m_libraryPlist;
+    std::shared_ptr<KSImportOperationDelegate> m_delegate;
+    QVariantMap m_importOptions;
+    std::shared_ptr<QIODevice> m_logStream;
+    std::optional<KastrelApplication> m_kastrelApp;
+    quint64 m_majorVersion = 0;
+    QString m_filesPath;
+
+    QMap<QString, quint64> m_announcedItemCounts;
+    QList<SkippedItem> m_skippedItems;
+    QString m_currentOptionKey; // the kind the item stage is exporting, for skipped items
+
+    // Item identifier to the groups listing it, made from the group tables on first use, so
+    // finding an item's groups does not scan every group for every item.
+    std::optional<QHash<QString, QStringList>> m_groupIndex;
+};

@@ -1,0 +1,76 @@
+// The operation's seven notifications. Each is performed on the main thread while the worker
+// waits, so the delegate sees events one at a time and in order, and may touch the interface.
+// An error is logged before anyone is asked, so no reported error goes unlogged.
+#include "engine/KSImportOperation.h"
+#include "foundation/OVMainThread.h"
+#include "foundation/OVStringFormat.h"
+
+namespace {
+
+// The error's whole description as the log shows it.
+QString describeError(const OVError &error)
+{
+    return OVStringWithFormat(QStringLiteral("Error Domain=%@ Code=%ld \"%@\""),
+                              {error.domain, error.code, error.localizedDescription});
+}
+
+} // namespace
+
+void KSImportOperation::informDelegateDidStart()
+{
+    OVPerformOnMainThreadAndWait([this] {
+        if (const auto listener = delegate())
+            listener->importOperationDidStart(this);
+    });
+}
+
+void KSImportOperation::informDelegateWillStartImportingRecordsOfType(const QString &type)
+{
+    OVPerformOnMainThreadAndWait([this, &type] {
+        if (const auto listener = delegate())
+            listener->importOperationWillStartImportingRecordsOfType(this, type);
+    });
+}
+
+void KSImportOperation::informDelegateWillStartImportingCountOfRecordsOfType(const QVariantMap &countAndType)
+{
+    OVPerformOnMainThreadAndWait([this, &countAndType] {
+        if (const auto listener = delegate())
+            listener->importOperationWillStartImportingRecordsOfType(
+                this, countAndType.value(QStringLiteral("count")).toULongLong(),
+                countAndType.value(QStringLiteral("type")).toString());
+    });
+}
+
+void KSImportOperation::informDelegateDidImportRecordOfType(const QString &type)
+{
+    OVPerformOnMainThreadAndWait([this, &type] {
+        if (const auto listener = delegate())
+            listener->importOperationDidImportRecordOfType(this, type);
+    });
+}
+
+void KSImportOperation::informDelegateDidEncounterError(const OVError &error)
+{
+    OVPerformOnMainThreadAndWait([this, &error] {
+        writeLog(OVStringWithFormat(QStringLiteral("Error: %@"), {describeError(error)}));
+        if (const auto listener = delegate())
+            listener->importOperationDidEncounterError(this, error);
+    });
+}
+
+void KSImportOperation::informDelegateDidCancel()
+{
+    OVPerformOnMainThreadAndWait([this] {
+        if (const auto listener = delegate())
+            listener->importOperationDidCancel(this);
+    });
+}
+
+void KSImportOperation::informDelegateDidEnd()
+{
+    OVPerformOnMainThreadAndWait([this] {
+        if (const auto listener = delegate())
+            listener->importOperationDidEnd(this);
+    });
+}

@@ -1,0 +1,102 @@
+// PDFs: the source writes each into the staging folder; the PDF's own creator and subject
+// tell a page saved from a browser (a web page) from any other document, and it moves into
+// "Web Pages" or "Documents" under a free name.
+#include "engine/KSImportOperation.h"
+#include "engine/KSLibraryRecords.h"
+#include "formats/NVItemType.h"
+#include "foundation/OVFileNameStrings.h"
+#include "foundation/OVStringFormat.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QUrl>
+#include <memory>
+#include <poppler-document.h>
+#include <poppler-global.h>
+
+namespace {
+
+// The creators browsers write into the PDFs they save, compared exactly.
+const char *const browserCreators[]
+    = {"Safari", "firefox-bin", "Camino", "OmniWeb", "Shiira", "Opera", "Chrome", "flock-bin"};
+
+QString infoText(const poppler::document &document, const char *key)
+{
+    const poppler::ustring value = document.info_key(key);
+    const poppler::byte_array utf8 = value.to_utf8();
+    return QString::fromUtf8(utf8.data(), qsizetype(utf8.size()));
+}
+
+// Poppler reports every oddity of a damaged PDF on standard error; here a PDF it cannot
+// read is simply a document, so its messages are not wanted.
+void ignorePopplerMessage(const std::string &, void *) { }
+
+} // namespace
+
+qint64 KSImportOperation::itemTypeForPDFAtPath(const QString &path)
+{
+    static const bool quiet = (poppler::set_debug_error_function(ignorePopplerMessage, nullptr), true);
+    Q_UNUSED(quiet)
+    QString creator;
+    QString subject;
+    const QByteArray encoded = QFile::encodeName(path);
+    // A PDF that cannot be opened has no attributes, and so is a document.
+    const std::unique_ptr<poppler::document> document(poppler::document::load_from_file(encoded.toStdString()));
+    if (document) {
+        creator = infoText(*document, "Creator");
+        subject = infoText(*document, "Subject");
+    }
+    if (creator.startsWith(QLatin1String("Nortavel")) && subject.startsWith(QLatin1String("http")))
+        return NVItemTypeWebPage;
+    for (const char *browser : browserCreators) {
+        if (creator == QLatin1String(browser))
+            return NVItemTypeWebPage;
+    }
+    return NVItemTypeDocument;
+}
+
+bool KSImportOperation::importPDFs()
+{
+    const QString documentsFolder = QDir(filesPath()).filePath(QStringLiteral("Documents"));
+    const QString webPagesFolder = QDir(filesPath()).filePath(QStringLiteral("Web Pages"));
+    const QString stagingFolder = QDir(filesPath()).filePath(QStringLiteral("TMP"));
+    const char *const failureText = QT_TRANSLATE_NOOP("KastrelImporter", "Unable to export PDF item with name \"%@\".");
+
+    for (const KastrelDatabaseItem &item : kastrelApp()->pdfArchiveItems().get()) {
+        if (isCancelled())
+            return false;
+        const QString stagedPath = exportItemToFolder(item, stagingFolder);
+        if (stagedPath.isNull()) {
+            informDelegateDidEncounterError(itemExportError(failureText, item.name()));
+            return false;
+        }
+
+        const qint64 type = itemTypeForPDFAtPath(stagedPath);
+        const QString folder = type == NVItemTypeDocument ? documentsFolder : webPagesFolder;
+        // The source's own name is kept when it is free; it is not sanitised.
+        const QString fileName = OVExtensions::makeFilenameUniqueInDirectoryAtURL(QFileInfo(stagedPath).fileName(),
+                                                                                  QUrl::fromLocalFile(folder));
+        const QString destination = QDir(folder).filePath(fileName);
+        QFile staged(stagedPath);
+        if (!staged.rename(destination)) {
+            writeLog(OVStringWithFormat(QStringLiteral("Unable to move PDF file from %@ to %@: %@"),
+                                        {stagedPath, destination, staged.errorString()}));
+            informDelegateDidEncounterError(itemExportError(failureText, item.name()));
+            return false;
+        }
+
+        setFileDates(destination, item);
+        const QString identifier = item.id();
+        writeLog(OVStringWithFormat(QStringLiteral("Exporting item with identifier: %@"), {identifier}));
+
+        // Dates live on the file only: the record has neither them nor a name.
+        OVPlist record = itemRecord(type, identifier, destination, fileName);
+        record.insert(QStringLiteral("extensionHidden"), true);
+        addGeneralAttributesToDatabaseItem(item, record);
+        setEntityRecord(KSLibraryRecords::itemEntity, identifier, record);
+
+        informDelegateDidImportRecordOfType(QString(QLatin1String("")));
+    }
+    return true;
+}

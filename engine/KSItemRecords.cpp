@@ -1,0 +1,146 @@
+// What every item record holds besides its file: comments, tags, label and groups; and the
+// steps all item exporters share (asking the source for the file, dating it, the record's
+// first keys, the error for an item that could not be exported).
+#include "engine/KSImportErrors.h"
+#include "engine/KSImportOperation.h"
+#include "engine/KSLibraryRecords.h"
+#include "foundation/OVFileAttributes.h"
+#include "foundation/OVFileNameStrings.h"
+#include "foundation/OVLocalization.h"
+#include "foundation/OVStringFormat.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QSet>
+
+namespace {
+
+const QString libraryGroup = QStringLiteral("LibraryGroup");
+
+// Appends, for every group record of `table` in table order, its identifier to the entry of
+// each item it lists, once per group however often the group lists the item.
+void indexGroups(const OVPlist &table, QHash<QString, QStringList> &index)
+{
+    const OVPlist::Dictionary groups = table.toDictionary();
+    for (auto group = groups.cbegin(); group != groups.cend(); ++group) {
+        const OVPlist items = group.value().value(QStringLiteral("items"));
+        if (!items.isArray())
+            continue;
+        const QString identifier = group.value().value(KSLibraryRecords::identifierKey).toString();
+        QSet<QString> seen;
+        for (const OVPlist &item : items.toArray()) {
+            const QString itemIdentifier = item.toString();
+            if (item.isString() && !seen.contains(itemIdentifier)) {
+                seen.insert(itemIdentifier);
+                index[itemIdentifier].append(identifier);
+            }
+        }
+    }
+}
+
+} // namespace
+
+void KSImportOperation::addGeneralAttributesToDatabaseItem(const KastrelDatabaseItem &item, OVPlist &itemRecord)
+{
+    const QString comments = item.comments();
+    if (!comments.isEmpty())
+        itemRecord.insert(QStringLiteral("comments"), comments);
+    const QString tags = tagsStringForDatabaseItem(item);
+    if (!tags.isEmpty())
+        itemRecord.insert(QStringLiteral("tagsString"), tags);
+    if (const std::optional<KastrelLabel> label = item.label())
+        itemRecord.insert(QStringLiteral("label"), label->id());
+    itemRecord.insert(QStringLiteral("groups"), OVPlist(groupIdentifiersForDatabaseItem(item)));
+}
+
+QString KSImportOperation::tagsStringForDatabaseItem(const KastrelDatabaseItem &item)
+{
+    QStringList names;
+    for (const KastrelTag &tag : item.tags().get())
+        names.append(tag.name());
+    // Names go in as they are: a comma inside a name is the target's to make sense of.
+    return names.isEmpty() ? QString() : names.join(QLatin1Char(','));
+}
+
+QStringList KSImportOperation::groupIdentifiersForDatabaseItem(const KastrelDatabaseItem &item)
+{
+    const QString identifier = item.id();
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_groupIndex) {
+        // Groups first, then smart groups, each in the order of its table.
+        QHash<QString, QStringList> index;
+        const OVPlist entities = m_libraryPlist.value(KSLibraryRecords::entitiesKey);
+        indexGroups(entities.value(KSLibraryRecords::itemGroupEntity), index);
+        indexGroups(entities.value(KSLibraryRecords::smartGroupEntity), index);
+        m_groupIndex = std::move(index);
+    }
+    return QStringList {libraryGroup} + m_groupIndex->value(identifier);
+}
+
+void KSImportOperation::skipItemWithoutName(const KastrelDatabaseItem &item)
+{
+    const QString identifier = item.id();
+    writeLog(OVStringWithFormat(QStringLiteral("Skipping item with identifier %@ because it doesn't have a name."),
+                                {identifier}));
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_skippedItems.append(SkippedItem {identifier, m_currentOptionKey, QStringLiteral("it has no name")});
+    }
+    informDelegateDidImportRecordOfType(QString(QLatin1String("")));
+}
+
+QString KSImportOperation::exportItemToFolder(const KastrelDatabaseItem &item, const QString &folder)
+{
+    const QString path = kastrelApp()->exportTo({item}, folder);
+    if (path.isEmpty())
+        return QString();
+    // Only a file written straight into the folder we gave is ours to move, convert or delete.
+    const QFileInfo written(path);
+    if (!written.isAbsolute() || QDir::cleanPath(written.absolutePath()) != QDir::cleanPath(folder)
+        || written.fileName() == QLatin1String("..") || written.fileName() == QLatin1String(".")
+        || (!written.exists() && !written.isSymLink())) {
+        writeLog(OVStringWithFormat(QStringLiteral("Ignoring export of item %@ to %@: not a file in %@"),
+                                    {item.id(), path, folder}));
+        return QString();
+    }
+    return QDir::cleanPath(path);
+}
+
+void KSImportOperation::setFileDates(const QString &path, const KastrelDatabaseItem &item)
+{
+    const QDateTime created = item.creationDate();
+    const QDateTime modified = item.modificationDate();
+    if (created.isValid())
+        OVFileAttributes::setCreationDate(path, created);
+    if (modified.isValid())
+        OVFileAttributes::setModificationDate(path, modified);
+}
+
+OVPlist KSImportOperation::itemRecord(qint64 type, const QString &identifier, const QString &path,
+                                      const QString &fileName)
+{
+    OVPlist record = OVPlist::dictionary();
+    record.insert(KSLibraryRecords::entityNameKey, KSLibraryRecords::itemEntity);
+    record.insert(QStringLiteral("itemType"), type);
+    record.insert(KSLibraryRecords::identifierKey, identifier);
+    record.insert(QStringLiteral("absoluteFilename"), path);
+    record.insert(QStringLiteral("filename"), fileName);
+    return record;
+}
+
+void KSImportOperation::insertNameAndDates(OVPlist &record, const QString &fileName, const KastrelDatabaseItem &item)
+{
+    record.insert(QStringLiteral("name"), OVExtensions::stringByDeletingPathExtension(fileName));
+    record.insert(QStringLiteral("extensionHidden"), true);
+    const QDateTime created = item.creationDate();
+    const QDateTime modified = item.modificationDate();
+    if (created.isValid())
+        record.insert(QStringLiteral("dateCreated"), created);
+    if (modified.isValid())
+        record.insert(QStringLiteral("dateModified"), modified);
+}
+
+OVError KSImportOperation::itemExportError(const char *format, const QString &name)
+{
+    return OVError {KSImportErrorDomain, KSItemExportError, OVStringWithFormat(OVLocalizedString(format), {name})};
+}
