@@ -2,6 +2,8 @@
 // bus: every class, element and property read, absent values, failed calls of every sort
 // (error replies, vanished names, replies of the wrong type), export, the target's commands,
 // use from a worker thread, and the number of bus round trips the reads cost.
+#include "TestConfig.h"
+#include "engine/ApplicationLocator.h"
 #include "engine/DBusScriptingBackend.h"
 #include "engine/KSFourCharCode.h"
 #include "engine/KSScriptingException.h"
@@ -10,11 +12,16 @@
 
 #include <QDBusArgument>
 #include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusVirtualObject>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QMutex>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QtTest>
@@ -225,6 +232,161 @@ void fillLibrary(ScriptedPeer &peer, const QString &version)
     peer.elements.insert(QStringLiteral("/tc/1 tags"), {QStringLiteral("/t/1"), QStringLiteral("/t/2")});
     peer.elements.insert(QStringLiteral("/ labels"), {QStringLiteral("/l/1"), QStringLiteral("/l/2")});
 }
+
+QString standInPath(const QString &name)
+{
+    return QStringLiteral(KI_BIN_DIR "/") + name;
+}
+
+void writeBytes(const QString &path, const QByteArray &bytes)
+{
+    QVERIFY(QDir().mkpath(QFileInfo(path).absolutePath()));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    QCOMPARE(file.write(bytes), bytes.size());
+}
+
+// A library folder for the source stand-in: three labels, three tag collections, two groups
+// and items of every kind, one of whose exports fails.
+void writeStandInLibrary(const QString &folder)
+{
+    writeBytes(folder + QStringLiteral("/notes/agenda.rtf"), QByteArrayLiteral("{\\rtf1\\ansi Agenda}"));
+    writeBytes(folder + QStringLiteral("/images/sky.png"), QByteArrayLiteral("\x89PNG not really"));
+    writeBytes(folder + QStringLiteral("/docs/paper.pdf"), QByteArrayLiteral("%PDF-1.4 not really"));
+    writeBytes(folder + QStringLiteral("/web/page.webarchive"), QByteArrayLiteral("bplist00 not really"));
+    const QJsonObject library {
+        {QStringLiteral("labels"),
+         QJsonArray {QJsonObject {{QStringLiteral("id"), QStringLiteral("L1")},
+                                  {QStringLiteral("name"), QStringLiteral("Important")},
+                                  {QStringLiteral("color"), QStringLiteral("rgb 1 0 0 1")}},
+                     QJsonObject {{QStringLiteral("id"), QStringLiteral("L2")},
+                                  {QStringLiteral("name"), QStringLiteral("Grey")},
+                                  {QStringLiteral("color"), QStringLiteral("gray 0.5 1")}},
+                     QJsonObject {{QStringLiteral("id"), QStringLiteral("L3")},
+                                  {QStringLiteral("name"), QStringLiteral("Catalogue")},
+                                  {QStringLiteral("color"), QStringLiteral("orange")}}}},
+        {QStringLiteral("tagCollections"),
+         QJsonArray {
+             QJsonObject {{QStringLiteral("id"), QStringLiteral("T1")},
+                          {QStringLiteral("name"), QStringLiteral("Urgent")},
+                          {QStringLiteral("comments"), QStringLiteral("all of them")},
+                          {QStringLiteral("behavior"), QStringLiteral("TgAl")},
+                          {QStringLiteral("tags"), QJsonArray {QStringLiteral("urgent"), QStringLiteral("work")}}},
+             QJsonObject {{QStringLiteral("id"), QStringLiteral("T2")},
+                          {QStringLiteral("name"), QStringLiteral("Any")},
+                          {QStringLiteral("behavior"), QStringLiteral("TgAn")},
+                          {QStringLiteral("tags"), QJsonArray {QStringLiteral("home")}}},
+             QJsonObject {{QStringLiteral("id"), QStringLiteral("T3")},
+                          {QStringLiteral("name"), QStringLiteral("None")},
+                          {QStringLiteral("tags"), QJsonArray {}}}}},
+        {QStringLiteral("folderCollections"),
+         QJsonArray {QJsonObject {{QStringLiteral("id"), QStringLiteral("G1")},
+                                  {QStringLiteral("name"), QStringLiteral("Work")},
+                                  {QStringLiteral("comments"), QStringLiteral("office")},
+                                  {QStringLiteral("items"), QJsonArray {QStringLiteral("N1"), QStringLiteral("I1")}}},
+                     QJsonObject {{QStringLiteral("id"), QStringLiteral("G2")},
+                                  {QStringLiteral("name"), QStringLiteral("Empty")},
+                                  {QStringLiteral("items"), QJsonArray {}}}}},
+        {QStringLiteral("items"),
+         QJsonArray {
+             QJsonObject {{QStringLiteral("kind"), QStringLiteral("note")},
+                          {QStringLiteral("id"), QStringLiteral("N1")},
+                          {QStringLiteral("name"), QStringLiteral("Agenda")},
+                          {QStringLiteral("comments"), QStringLiteral("see me")},
+                          {QStringLiteral("creationDate"), QStringLiteral("2019-05-01T10:00:00Z")},
+                          {QStringLiteral("modificationDate"), 1588000000.5},
+                          {QStringLiteral("label"), QStringLiteral("L2")},
+                          {QStringLiteral("tags"), QJsonArray {QStringLiteral("urgent"), QStringLiteral("home")}},
+                          {QStringLiteral("encrypted"), false},
+                          {QStringLiteral("file"), QStringLiteral("notes/agenda.rtf")}},
+             QJsonObject {{QStringLiteral("kind"), QStringLiteral("note")},
+                          {QStringLiteral("id"), QStringLiteral("N2")},
+                          {QStringLiteral("text"), QStringLiteral("a note without a name")}},
+             QJsonObject {{QStringLiteral("kind"), QStringLiteral("bookmark")},
+                          {QStringLiteral("id"), QStringLiteral("B1")},
+                          {QStringLiteral("name"), QStringLiteral("Site")},
+                          {QStringLiteral("location"), QStringLiteral("https://example.org/")}},
+             QJsonObject {{QStringLiteral("kind"), QStringLiteral("serialNumber")},
+                          {QStringLiteral("id"), QStringLiteral("S1")},
+                          {QStringLiteral("name"), QStringLiteral("Key")},
+                          {QStringLiteral("text"), QStringLiteral("ABC-123")}},
+             QJsonObject {{QStringLiteral("kind"), QStringLiteral("password")},
+                          {QStringLiteral("id"), QStringLiteral("P1")},
+                          {QStringLiteral("name"), QStringLiteral("Bank")},
+                          {QStringLiteral("password"), QStringLiteral("secret")},
+                          {QStringLiteral("text"), QStringLiteral("pin 1234")}},
+             QJsonObject {{QStringLiteral("kind"), QStringLiteral("image")},
+                          {QStringLiteral("id"), QStringLiteral("I1")},
+                          {QStringLiteral("name"), QStringLiteral("Sky")},
+                          {QStringLiteral("encrypted"), true},
+                          {QStringLiteral("label"), QStringLiteral("L1")},
+                          {QStringLiteral("tags"), QJsonArray {QStringLiteral("home")}},
+                          {QStringLiteral("file"), QStringLiteral("images/sky.png")}},
+             QJsonObject {{QStringLiteral("kind"), QStringLiteral("pdfArchive")},
+                          {QStringLiteral("id"), QStringLiteral("D1")},
+                          {QStringLiteral("name"), QStringLiteral("Paper")},
+                          {QStringLiteral("file"), QStringLiteral("docs/paper.pdf")}},
+             QJsonObject {{QStringLiteral("kind"), QStringLiteral("webArchive")},
+                          {QStringLiteral("id"), QStringLiteral("W1")},
+                          {QStringLiteral("name"), QStringLiteral("Page")},
+                          {QStringLiteral("file"), QStringLiteral("web/page.webarchive")},
+                          {QStringLiteral("export"), QStringLiteral("fails")}}}}};
+    writeBytes(folder + QStringLiteral("/library.json"), QJsonDocument(library).toJson());
+}
+
+// Makes the bus read its service folders again, so that a service file written after the
+// bus started is activatable at once.
+void reloadBusConfiguration()
+{
+    QDBusMessage reload = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("ReloadConfig"));
+    QCOMPARE(QDBusConnection::sessionBus().call(reload).type(), QDBusMessage::ReplyMessage);
+}
+
+// Runs a stand-in executable to completion (install) and answers its exit code.
+int runToCompletion(const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process.start(program, arguments);
+    if (!process.waitForFinished(-1))
+        return -1;
+    return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+}
+
+// A stand-in serving in the foreground until the test ends.
+class ServingStandIn
+{
+public:
+    ServingStandIn(const QString &program, const QStringList &arguments, const QString &identifier)
+    {
+        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        m_process.start(program, arguments);
+        const QByteArray ready = QStringLiteral("ready %1").arg(identifier).toUtf8();
+        while (!m_output.contains(ready) && m_process.state() != QProcess::NotRunning) {
+            m_process.waitForReadyRead(-1);
+            m_output += m_process.readAllStandardOutput();
+        }
+        m_ready = m_output.contains(ready);
+    }
+
+    ~ServingStandIn()
+    {
+        if (m_process.state() != QProcess::NotRunning) {
+            m_process.kill();
+            m_process.waitForFinished(-1);
+        }
+    }
+
+    bool isReady() const { return m_ready; }
+    QProcess &process() { return m_process; }
+
+private:
+    QProcess m_process;
+    QByteArray m_output;
+    bool m_ready = false;
+};
 
 } // namespace
 
@@ -601,6 +763,290 @@ private slots:
         QVERIFY(worker->wait());
         QVERIFY2(failure.isNull(), qPrintable(failure));
         QCOMPARE(names, (QStringList {QStringLiteral("Red"), QStringLiteral("Grey")}));
+    }
+
+    // The source stand-in, installed and started by the bus on the first call.
+    void standInIsFoundStartedAndRead()
+    {
+        const QString program = standInPath(QStringLiteral("kastrel-standin"));
+        if (!QFileInfo(program).isExecutable())
+            QSKIP("the source stand-in is not built");
+        QTemporaryDir library;
+        writeStandInLibrary(library.path());
+        QCOMPARE(runToCompletion(program,
+                                 {QStringLiteral("install"), QStringLiteral("--library"), library.path(),
+                                  QStringLiteral("--version"), QStringLiteral("2.1.3")}),
+                 0);
+        reloadBusConfiguration();
+
+        QVERIFY(!ApplicationLocator::absolutePathForAppBundleWithIdentifier(Kastrel4).isNull());
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        QVERIFY(!bus.interface()->isServiceRegistered(Kastrel4).value());
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+        QVERIFY(kastrel);
+        QCOMPARE(kastrel->version(), QStringLiteral("2.1.3"));
+        QVERIFY(bus.interface()->isServiceRegistered(Kastrel4).value());
+
+        const QList<KastrelLabel> labels = kastrel->labels().get();
+        QCOMPARE(labels.size(), 3);
+        QCOMPARE(labels[0].id(), QStringLiteral("L1"));
+        QCOMPARE(labels[0].name(), QStringLiteral("Important"));
+        QCOMPARE(labels[0].color(), QColor(Qt::red));
+        QCOMPARE(labels[1].color(), QColor::fromRgbF(0.5f, 0.5f, 0.5f, 1.0f));
+        QCOMPARE(labels[2].color(), QColor(255, 165, 0));
+
+        const QList<KastrelTagCollection> collections = kastrel->tagCollections().get();
+        QCOMPARE(collections.size(), 3);
+        QCOMPARE(collections[0].id(), QStringLiteral("T1"));
+        QCOMPARE(collections[0].name(), QStringLiteral("Urgent"));
+        QCOMPARE(collections[0].comments(), QStringLiteral("all of them"));
+        QCOMPARE(collections[0].tagCollectionBehavior(), std::optional<quint32>(KSTagCollectionBehaviorMatchAll));
+        QCOMPARE(collections[1].tagCollectionBehavior(), std::optional<quint32>(KSFourCharCode("TgAn")));
+        QCOMPARE(collections[2].tagCollectionBehavior(), std::nullopt);
+        QCOMPARE(collections[0].tags().count(), 2u);
+        const QList<KastrelTag> tags = collections[0].tags().get();
+        QCOMPARE(tags[0].name(), QStringLiteral("urgent"));
+        QCOMPARE(tags[1].name(), QStringLiteral("work"));
+        QVERIFY(collections[2].tags().get().isEmpty());
+
+        const QList<KastrelFolderCollection> groups = kastrel->folderCollections().get();
+        QCOMPARE(groups.size(), 2);
+        QCOMPARE(groups[0].id(), QStringLiteral("G1"));
+        QCOMPARE(groups[0].name(), QStringLiteral("Work"));
+        QCOMPARE(groups[0].comments(), QStringLiteral("office"));
+        QCOMPARE(groups[1].comments(), QString(QLatin1String("")));
+        QStringList members;
+        for (const KastrelDatabaseItem &member : groups[0].databaseItems().get())
+            members.append(member.id());
+        QCOMPARE(members, (QStringList {QStringLiteral("N1"), QStringLiteral("I1")}));
+        QVERIFY(groups[1].databaseItems().get().isEmpty());
+        QVERIFY(!failureOf([&] { groups[0].items().get(); }).isNull());
+
+        const QList<KastrelDatabaseItem> notes = kastrel->noteItems().get();
+        QCOMPARE(kastrel->noteItems().count(), 2u);
+        QCOMPARE(notes.size(), 2);
+        QCOMPARE(notes[0].kind(), KastrelItemKind::Note);
+        QCOMPARE(notes[0].id(), QStringLiteral("N1"));
+        QCOMPARE(notes[0].name(), QStringLiteral("Agenda"));
+        QCOMPARE(notes[0].comments(), QStringLiteral("see me"));
+        QCOMPARE(notes[0].creationDate(), QDateTime(QDate(2019, 5, 1), QTime(10, 0), Qt::UTC));
+        QCOMPARE(notes[0].modificationDate(), QDateTime::fromMSecsSinceEpoch(1588000000500, Qt::UTC));
+        QCOMPARE(notes[0].label().value().id(), QStringLiteral("L2"));
+        QVERIFY(notes[0].respondsToEncrypted());
+        QCOMPARE(notes[0].encrypted(), std::optional<bool>(false));
+        QVERIFY(!notes[0].respondsToPassword());
+        QStringList noteTags;
+        for (const KastrelTag &tag : notes[0].tags().get())
+            noteTags.append(tag.name());
+        QCOMPARE(noteTags, (QStringList {QStringLiteral("urgent"), QStringLiteral("home")}));
+        // The tag "urgent" of the note and of the collection is one object.
+        QCOMPARE(notes[0].tags().get().value(0).objectPath(), tags[0].objectPath());
+
+        // A note with nothing but an id and a body: every other property is absent.
+        QCOMPARE(notes[1].id(), QStringLiteral("N2"));
+        QVERIFY(notes[1].name().isNull());
+        QVERIFY(notes[1].creationDate().isNull());
+        QVERIFY(notes[1].modificationDate().isNull());
+        QVERIFY(!notes[1].label());
+        QVERIFY(!notes[1].respondsToEncrypted());
+        QVERIFY(notes[1].location().isNull());
+        QVERIFY(notes[1].tags().get().isEmpty());
+
+        const KastrelDatabaseItem bookmark = kastrel->bookmarkItems().get().value(0);
+        QCOMPARE(bookmark.kind(), KastrelItemKind::Bookmark);
+        QCOMPARE(bookmark.location(), QStringLiteral("https://example.org/"));
+        QCOMPARE(kastrel->serialNumberItems().get().value(0).name(), QStringLiteral("Key"));
+        const KastrelDatabaseItem password = kastrel->passwordItems().get().value(0);
+        QVERIFY(password.respondsToPassword());
+        QVERIFY(!password.respondsToEncrypted());
+        const KastrelDatabaseItem image = kastrel->imageItems().get().value(0);
+        QCOMPARE(image.encrypted(), std::optional<bool>(true));
+        QCOMPARE(image.label().value().name(), QStringLiteral("Important"));
+        QCOMPARE(kastrel->pdfArchiveItems().get().value(0).id(), QStringLiteral("D1"));
+        QCOMPARE(kastrel->webArchiveItems().get().value(0).id(), QStringLiteral("W1"));
+
+        // Export: the written file, or nothing.
+        QTemporaryDir folder;
+        const QString written = kastrel->exportTo({notes[0]}, folder.path());
+        QVERIFY2(written.startsWith(folder.path() + QLatin1Char('/')), qPrintable(written));
+        QVERIFY(QFileInfo::exists(written));
+        const QString again = kastrel->exportTo({notes[0]}, folder.path());
+        QVERIFY(again != written && QFileInfo::exists(again));
+        QVERIFY(kastrel->exportTo(kastrel->webArchiveItems().get(), folder.path()).isNull());
+        QVERIFY(kastrel->exportTo({bookmark}, folder.path()).isNull());
+        QVERIFY(!failureOf([&] { kastrel->exportTo(notes, folder.path()); }).isNull());
+
+        // An object that is not (or no longer) there.
+        const KastrelDatabaseItem vanished(kastrel->scripting(), QStringLiteral("/items/999"), KastrelItemKind::Note);
+        const QString failure = failureOf([&] { vanished.name(); });
+        QVERIFY2(failure.contains(QLatin1String("/items/999")) && failure.contains(QLatin1String("UnknownObject")),
+                 qPrintable(failure));
+        QVERIFY(!failureOf([&] { vanished.tags().get(); }).isNull());
+        QVERIFY(!failureOf([&] { kastrel->exportTo({vanished}, folder.path()); }).isNull());
+    }
+
+    void standInOfMajorVersionOneListsItems()
+    {
+        const QString program = standInPath(QStringLiteral("kastrel-standin"));
+        if (!QFileInfo(program).isExecutable())
+            QSKIP("the source stand-in is not built");
+        QTemporaryDir library;
+        writeStandInLibrary(library.path());
+        const QString identifier = QStringLiteral("com.fendwick.kastrel");
+        ServingStandIn standIn(program,
+                               {QStringLiteral("serve"), QStringLiteral("--library"), library.path(),
+                                QStringLiteral("--identifier"), identifier, QStringLiteral("--version"),
+                                QStringLiteral("1.6")},
+                               identifier);
+        QVERIFY(standIn.isReady());
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, identifier);
+        QVERIFY(kastrel);
+        QCOMPARE(kastrel->version(), QStringLiteral("1.6"));
+        const KastrelFolderCollection group = kastrel->folderCollections().get().value(0);
+        QCOMPARE(group.items().count(), 2u);
+        QCOMPARE(group.items().get().value(1).id(), QStringLiteral("I1"));
+        QVERIFY(!failureOf([&] { group.databaseItems().get(); }).isNull());
+        for (const KastrelTagCollection &collection : kastrel->tagCollections().get())
+            QCOMPARE(collection.tagCollectionBehavior(), std::nullopt);
+    }
+
+    void standInWithoutVersionAnswersNone()
+    {
+        const QString program = standInPath(QStringLiteral("kastrel-standin"));
+        if (!QFileInfo(program).isExecutable())
+            QSKIP("the source stand-in is not built");
+        QTemporaryDir library;
+        writeStandInLibrary(library.path());
+        const QString identifier = QStringLiteral("com.fendwick.kastrel.unversioned");
+        ServingStandIn standIn(program,
+                               {QStringLiteral("serve"), QStringLiteral("--library"), library.path(),
+                                QStringLiteral("--identifier"), identifier},
+                               identifier);
+        QVERIFY(standIn.isReady());
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, identifier);
+        QVERIFY(kastrel->version().isNull());
+    }
+
+    void standInThatQuitsDuringAnExportFails()
+    {
+        const QString program = standInPath(QStringLiteral("kastrel-standin"));
+        if (!QFileInfo(program).isExecutable())
+            QSKIP("the source stand-in is not built");
+        QTemporaryDir library;
+        writeBytes(library.path() + QStringLiteral("/library.json"),
+                   QByteArrayLiteral("{\"items\": [{\"kind\": \"serialNumber\", \"id\": \"S1\", \"name\": \"Key\","
+                                     " \"text\": \"x\", \"export\": \"quits\"}]}"));
+        const QString identifier = QStringLiteral("com.fendwick.kastrel.quitting");
+        ServingStandIn standIn(program,
+                               {QStringLiteral("serve"), QStringLiteral("--library"), library.path(),
+                                QStringLiteral("--identifier"), identifier, QStringLiteral("--version"),
+                                QStringLiteral("2.0")},
+                               identifier);
+        QVERIFY(standIn.isReady());
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, identifier);
+        const QList<KastrelDatabaseItem> items = kastrel->serialNumberItems().get();
+        QCOMPARE(items.size(), 1);
+        QTemporaryDir folder;
+        const QString failure = failureOf([&] { kastrel->exportTo(items, folder.path()); });
+        QVERIFY2(failure.contains(QLatin1String("Export")) && failure.contains(identifier), qPrintable(failure));
+        QVERIFY(standIn.process().waitForFinished(-1));
+        QVERIFY(!failureOf([&] { kastrel->serialNumberItems().count(); }).isNull());
+        QVERIFY(!KastrelApplication::applicationWithBundleIdentifier(backend, identifier));
+    }
+
+    void standInLibraryExportStaysWithinThreeRoundTripsPerItem()
+    {
+        const QString program = standInPath(QStringLiteral("kastrel-standin"));
+        if (!QFileInfo(program).isExecutable())
+            QSKIP("the source stand-in is not built");
+        QTemporaryDir library;
+        QJsonArray items;
+        QJsonArray labels;
+        for (int i = 0; i < 3; ++i)
+            labels.append(QJsonObject {{QStringLiteral("id"), QStringLiteral("L%1").arg(i)},
+                                       {QStringLiteral("name"), QStringLiteral("Label %1").arg(i)},
+                                       {QStringLiteral("color"), QStringLiteral("gray 0.5 1")}});
+        const int count = 200;
+        for (int i = 0; i < count; ++i)
+            items.append(
+                QJsonObject {{QStringLiteral("kind"), QStringLiteral("note")},
+                             {QStringLiteral("id"), QStringLiteral("N%1").arg(i)},
+                             {QStringLiteral("name"), QStringLiteral("Note %1").arg(i)},
+                             {QStringLiteral("text"), QStringLiteral("body %1").arg(i)},
+                             {QStringLiteral("creationDate"), 1000.0 * i},
+                             {QStringLiteral("label"), QStringLiteral("L%1").arg(i % 3)},
+                             {QStringLiteral("tags"),
+                              QJsonArray {QStringLiteral("t%1").arg(i % 5), QStringLiteral("t%1").arg(i % 7)}}});
+        writeBytes(
+            library.path() + QStringLiteral("/library.json"),
+            QJsonDocument(QJsonObject {{QStringLiteral("labels"), labels}, {QStringLiteral("items"), items}}).toJson());
+        const QString identifier = QStringLiteral("com.fendwick.kastrel.budget");
+        ServingStandIn standIn(program,
+                               {QStringLiteral("serve"), QStringLiteral("--library"), library.path(),
+                                QStringLiteral("--identifier"), identifier, QStringLiteral("--version"),
+                                QStringLiteral("2.0")},
+                               identifier);
+        QVERIFY(standIn.isReady());
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, identifier);
+        const quint64 before = backend.roundTripCount();
+        QTemporaryDir folder;
+        for (const KastrelLabel &label : kastrel->labels().get())
+            label.color();
+        QCOMPARE(kastrel->noteItems().count(), quint32(count));
+        for (const KastrelDatabaseItem &item : kastrel->noteItems().get()) {
+            item.name();
+            QVERIFY(!kastrel->exportTo({item}, folder.path()).isNull());
+            item.id();
+            item.comments();
+            item.creationDate();
+            item.modificationDate();
+            if (item.respondsToEncrypted())
+                item.encrypted();
+            item.respondsToPassword();
+            for (const KastrelTag &tag : item.tags().get())
+                tag.name();
+            QVERIFY(item.label());
+            item.label()->id();
+        }
+        const quint64 trips = backend.roundTripCount() - before;
+        QVERIFY2(trips <= quint64(3 * count), qPrintable(QString::number(trips)));
+    }
+
+    void targetStandInTakesTheImportCommand()
+    {
+        const QString program = standInPath(QStringLiteral("nortavel3-standin"));
+        if (!QFileInfo(program).isExecutable())
+            QSKIP("the target stand-in is not built");
+        QTemporaryDir data;
+        ServingStandIn standIn(program,
+                               {QStringLiteral("serve"), QStringLiteral("--version"), QStringLiteral("3.5.1"),
+                                QStringLiteral("--data"), data.path()},
+                               Nortavel);
+        QVERIFY(standIn.isReady());
+        DBusScriptingBackend backend;
+        const auto nortavel = NortavelApplication::applicationWithBundleIdentifier(backend, Nortavel);
+        QVERIFY(nortavel);
+        QCOMPARE(nortavel->version(), QStringLiteral("3.5.1"));
+        nortavel->activate();
+        NortavelImportOptions options;
+        options.withRating = 0;
+        // A library file that is not there is refused by the application, not by the call.
+        nortavel->importFiles({data.filePath(QStringLiteral("missing/Kastrel.nvlibxml"))}, KSNortavelImportMethodCopy,
+                              options);
+        QCOMPARE(nortavel->version(), QStringLiteral("3.5.1"));
+        // Arguments outside the command's rules are D-Bus errors.
+        QVERIFY(failureOf([&] {
+                    nortavel->importFiles({QStringLiteral("relative.nvlibxml")}, KSNortavelImportMethodCopy, options);
+                }).contains(QLatin1String("ImportFiles")));
+        QVERIFY(!failureOf([&] {
+                     nortavel->importFiles({data.filePath(QStringLiteral("x.nvlibxml"))}, KSFourCharCode("Tfmv"),
+                                           options);
+                 }).isNull());
     }
 };
 
