@@ -125,21 +125,35 @@ QString decodeWithDecoder(const QByteArray &bytes, int codePage)
     return decoder->decode(bytes);
 }
 
-int letterScore(const QString &text)
+// How plausible the text is as prose: letters inside words and common punctuation count for
+// it; letters standing alone, capitals inside lower-case words, ligatures and odd symbols
+// count against it.
+int plausibility(const QString &text)
 {
     int score = 0;
-    for (const QChar c : text) {
-        if (c.unicode() < 0x80)
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar c = text.at(i);
+        const char16_t u = c.unicode();
+        if (u < 0x80)
             continue;
-        if (c.isLetter())
-            score += 2;
-        else if (c.unicode() == 0xFFFD)
-            score -= 4;
-        else if (c.category() == QChar::Punctuation_InitialQuote || c.category() == QChar::Punctuation_FinalQuote
-                 || c.unicode() == 0x2013 || c.unicode() == 0x2014 || c.unicode() == 0x2026 || c.unicode() == 0xA0)
+        const QChar before = i > 0 ? text.at(i - 1) : QChar(u' ');
+        const QChar after = i + 1 < text.size() ? text.at(i + 1) : QChar(u' ');
+        if (u == 0xFFFD || (u >= 0xFB00 && u <= 0xFB4F)) {
+            score -= 3;
+        } else if (c.isLetter()) {
+            if (c.isUpper() && before.isLower())
+                score -= 3;
+            else if (before.isLetter() || after.isLetter())
+                score += 2;
+            else
+                score -= 2;
+        } else if (c.category() == QChar::Punctuation_InitialQuote || c.category() == QChar::Punctuation_FinalQuote
+                   || u == 0x2013 || u == 0x2014 || u == 0x2026 || u == 0xA0 || u == 0x20AC || u == 0x201E
+                   || u == 0x201A) {
             score += 1;
-        else
-            score -= 1;
+        } else if (u != 0x2022) {
+            score -= 2;
+        }
     }
     return score;
 }
@@ -215,7 +229,7 @@ QString decodeLegacyText(const QByteArray &bytes)
 {
     QString windows = decodeCp1252(bytes);
     QString mac = decodeWithDecoder(bytes, MacRoman);
-    return letterScore(mac) > letterScore(windows) ? mac : windows;
+    return plausibility(mac) > plausibility(windows) ? mac : windows;
 }
 
 } // namespace RTFCodePages

@@ -23,7 +23,7 @@ bool isMultiByte(int codePage);
 QString decode(const QByteArray &bytes, int codePage);
 
 // Decodes text of unknown eight-bit encoding, choosing between Windows Latin 1 and Mac Roman
-// by which one yields more letters.
+// by which one reads more like prose.
 QString decodeLegacyText(const QByteArray &bytes);
 
 } // namespace RTFCodePages

@@ -64,7 +64,10 @@ QString fileName(const QTextImageFormat &format)
     const QString stored = format.stringProperty(RichText::AttachmentFileNameProperty);
     if (!stored.isEmpty())
         return stored;
-    QString base = QFileInfo(QUrl(format.name()).path()).completeBaseName();
+    const QUrl url(format.name());
+    QString base = QFileInfo(url.path()).completeBaseName();
+    if (base.isEmpty())
+        base = url.host();
     if (base.isEmpty())
         base = QStringLiteral("Attachment");
     return base + QStringLiteral(".png");

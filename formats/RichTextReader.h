@@ -1,0 +1,37 @@
+// Reads any file the rich-text conversion accepts into a QTextDocument: RTF, RTFD packages,
+// plain text in any common encoding, HTML and Markdown. The format is decided by the content
+// first and the file name's extension second, so a missing or wrong extension does no harm.
+#pragma once
+
+#include "foundation/OVError.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QVariantMap>
+
+class QIODevice;
+class QTextDocument;
+
+class RichTextReader
+{
+public:
+    enum class Format { Unknown, RTF, RTFD, PlainText, HTML, Markdown };
+
+    // The format of the bytes; `fileName` (may be empty) only settles what content leaves open,
+    // Markdown against plain text.
+    static Format detectFormat(const QByteArray &data, const QString &fileName = QString());
+
+    // Reads a file or an RTFD package folder. Fails for missing files, folders that are not
+    // packages, and binary data that is no text.
+    [[nodiscard]] static bool readFile(const QString &path, QTextDocument *document,
+                                       QVariantMap *documentAttributes = nullptr, OVError *error = nullptr);
+    [[nodiscard]] static bool readData(const QByteArray &data, QTextDocument *document,
+                                       const QString &fileName = QString(), QVariantMap *documentAttributes = nullptr,
+                                       OVError *error = nullptr);
+    [[nodiscard]] static bool read(QIODevice *device, QTextDocument *document, const QString &fileName = QString(),
+                                   QVariantMap *documentAttributes = nullptr, OVError *error = nullptr);
+
+    // Plain text bytes decoded: a byte-order mark decides, then valid UTF-8, then UTF-16
+    // recognised by its zero bytes, else a legacy eight-bit encoding.
+    static QString decodePlainText(const QByteArray &data);
+};
