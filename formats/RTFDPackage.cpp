@@ -15,6 +15,16 @@
 
 const QString RTFDPackage::textFileName = QStringLiteral("TXT.rtf");
 
+namespace {
+
+void setSaveError(OVError *error, const QString &fileName, const QString &reason)
+{
+    RichText::setError(error, RichText::FileWriteUnknownError,
+                       QStringLiteral("The file \u201c%1\u201d couldn\u2019t be saved: %2").arg(fileName, reason));
+}
+
+} // namespace
+
 bool RTFDPackage::fromDocument(const QTextDocument *document, const QVariantMap &documentAttributes,
                                RTFDPackage *package, OVError *error, const QSet<QString> &reservedNames)
 {
@@ -42,10 +52,7 @@ bool RTFDPackage::readFromDirectory(const QString &path, OVError *error)
     m_files.clear();
     const QFileInfo info(path);
     if (!info.exists()) {
-        RichText::setError(
-            error, RichText::FileReadNoSuchFileError,
-            QStringLiteral("The file \u201c%1\u201d couldn\u2019t be opened because there is no such file.")
-                .arg(info.fileName()));
+        RichText::setNoSuchFileError(error, info.fileName());
         return false;
     }
     if (!info.isDir()) {
@@ -105,9 +112,7 @@ bool RTFDPackage::writeToDirectory(const QString &path, OVError *error) const
     }
     QTemporaryDir staging(parent + QStringLiteral("/.") + target.fileName() + QStringLiteral(".XXXXXX"));
     if (!staging.isValid()) {
-        RichText::setError(error, RichText::FileWriteUnknownError,
-                           QStringLiteral("The file \u201c%1\u201d couldn\u2019t be saved: %2")
-                               .arg(target.fileName(), staging.errorString()));
+        setSaveError(error, target.fileName(), staging.errorString());
         return false;
     }
     for (auto it = m_files.constBegin(); it != m_files.constEnd(); ++it) {
@@ -119,9 +124,7 @@ bool RTFDPackage::writeToDirectory(const QString &path, OVError *error) const
         }
         QFile file(staging.filePath(it.key()));
         if (!file.open(QIODevice::WriteOnly) || file.write(it.value()) != it.value().size() || !file.flush()) {
-            RichText::setError(error, RichText::FileWriteUnknownError,
-                               QStringLiteral("The file \u201c%1\u201d couldn\u2019t be saved: %2")
-                                   .arg(target.fileName(), file.errorString()));
+            setSaveError(error, target.fileName(), file.errorString());
             return false;
         }
     }
@@ -131,9 +134,7 @@ bool RTFDPackage::writeToDirectory(const QString &path, OVError *error) const
                               | QFileDevice::ExeOther);
     QString reason;
     if (!DirectoryReplacement::replace(staging.path(), target.absoluteFilePath(), &reason)) {
-        RichText::setError(
-            error, RichText::FileWriteUnknownError,
-            QStringLiteral("The file \u201c%1\u201d couldn\u2019t be saved: %2").arg(target.fileName(), reason));
+        setSaveError(error, target.fileName(), reason);
         return false;
     }
     staging.setAutoRemove(false);

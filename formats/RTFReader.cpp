@@ -130,22 +130,7 @@ enum class Keyword {
     ColorSpaceGray,
     Component,
     Par,
-    Line,
     Tab,
-    EmDash,
-    EnDash,
-    Bullet,
-    LeftQuote,
-    RightQuote,
-    LeftDoubleQuote,
-    RightDoubleQuote,
-    EmSpace,
-    EnSpace,
-    QuarterEmSpace,
-    ZeroWidthJoiner,
-    ZeroWidthNonJoiner,
-    LeftToRightMark,
-    RightToLeftMark,
     Cell,
     Unicode,
     UnicodeSkip,
@@ -251,22 +236,7 @@ const std::unordered_map<std::string_view, Keyword> &keywords()
         {"page", Keyword::Par},
         {"row", Keyword::Par},
         {"nestrow", Keyword::Par},
-        {"line", Keyword::Line},
         {"tab", Keyword::Tab},
-        {"emdash", Keyword::EmDash},
-        {"endash", Keyword::EnDash},
-        {"bullet", Keyword::Bullet},
-        {"lquote", Keyword::LeftQuote},
-        {"rquote", Keyword::RightQuote},
-        {"ldblquote", Keyword::LeftDoubleQuote},
-        {"rdblquote", Keyword::RightDoubleQuote},
-        {"emspace", Keyword::EmSpace},
-        {"enspace", Keyword::EnSpace},
-        {"qmspace", Keyword::QuarterEmSpace},
-        {"zwj", Keyword::ZeroWidthJoiner},
-        {"zwnj", Keyword::ZeroWidthNonJoiner},
-        {"ltrmark", Keyword::LeftToRightMark},
-        {"rtlmark", Keyword::RightToLeftMark},
         {"cell", Keyword::Cell},
         {"nestcell", Keyword::Cell},
         {"u", Keyword::Unicode},
@@ -385,6 +355,17 @@ const std::unordered_map<std::string_view, Keyword> &keywords()
         {"bkmkstart", Keyword::SkippedDestination},
         {"bkmkend", Keyword::SkippedDestination},
         {"shpinst", Keyword::ShapeInstance},
+    };
+    return table;
+}
+
+// Control words that stand for one character.
+const std::unordered_map<std::string_view, char16_t> &characterWords()
+{
+    static const std::unordered_map<std::string_view, char16_t> table = {
+        {"line", 0x2028},    {"emdash", 0x2014},    {"endash", 0x2013},    {"bullet", 0x2022},  {"lquote", 0x2018},
+        {"rquote", 0x2019},  {"ldblquote", 0x201C}, {"rdblquote", 0x201D}, {"emspace", 0x2003}, {"enspace", 0x2002},
+        {"qmspace", 0x2005}, {"zwj", 0x200D},       {"zwnj", 0x200C},      {"ltrmark", 0x200E}, {"rtlmark", 0x200F},
     };
     return table;
 }
@@ -810,6 +791,11 @@ void Parser::controlWord(std::string_view word, bool hasParameter, int parameter
         return;
 
     if (found == keywords().end()) {
+        const auto character = characterWords().find(word);
+        if (character != characterWords().end() && !starred && m_unicodeSkipRemaining == 0) {
+            appendCharacter(character->second);
+            return;
+        }
         if (starred)
             setDestination(Destination::Skip);
         else if (m_unicodeSkipRemaining > 0)
@@ -936,54 +922,9 @@ void Parser::controlWord(std::string_view word, bool hasParameter, int parameter
         if (dest == Destination::Text)
             endParagraph();
         break;
-    case Keyword::Line:
-        appendCharacter(0x2028);
-        break;
     case Keyword::Tab:
     case Keyword::Cell:
         appendCharacter(u'\t');
-        break;
-    case Keyword::EmDash:
-        appendCharacter(0x2014);
-        break;
-    case Keyword::EnDash:
-        appendCharacter(0x2013);
-        break;
-    case Keyword::Bullet:
-        appendCharacter(0x2022);
-        break;
-    case Keyword::LeftQuote:
-        appendCharacter(0x2018);
-        break;
-    case Keyword::RightQuote:
-        appendCharacter(0x2019);
-        break;
-    case Keyword::LeftDoubleQuote:
-        appendCharacter(0x201C);
-        break;
-    case Keyword::RightDoubleQuote:
-        appendCharacter(0x201D);
-        break;
-    case Keyword::EmSpace:
-        appendCharacter(0x2003);
-        break;
-    case Keyword::EnSpace:
-        appendCharacter(0x2002);
-        break;
-    case Keyword::QuarterEmSpace:
-        appendCharacter(0x2005);
-        break;
-    case Keyword::ZeroWidthJoiner:
-        appendCharacter(0x200D);
-        break;
-    case Keyword::ZeroWidthNonJoiner:
-        appendCharacter(0x200C);
-        break;
-    case Keyword::LeftToRightMark:
-        appendCharacter(0x200E);
-        break;
-    case Keyword::RightToLeftMark:
-        appendCharacter(0x200F);
         break;
     case Keyword::Unicode: {
         const int unit = parameter < 0 ? parameter + 65536 : parameter;

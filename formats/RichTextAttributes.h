@@ -50,4 +50,11 @@ inline void setError(OVError *error, ErrorCode code, const QString &description)
     OVSetError(error, ErrorDomain, code, description);
 }
 
+inline void setNoSuchFileError(OVError *error, const QString &fileName)
+{
+    setError(
+        error, FileReadNoSuchFileError,
+        QStringLiteral("The file \u201c%1\u201d couldn\u2019t be opened because there is no such file.").arg(fileName));
+}
+
 } // namespace RichText

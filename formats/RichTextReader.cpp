@@ -193,10 +193,7 @@ bool RichTextReader::readFile(const QString &path, QTextDocument *document, QVar
 {
     const QFileInfo info(path);
     if (!info.exists()) {
-        RichText::setError(
-            error, RichText::FileReadNoSuchFileError,
-            QStringLiteral("The file \u201c%1\u201d couldn\u2019t be opened because there is no such file.")
-                .arg(info.fileName()));
+        RichText::setNoSuchFileError(error, info.fileName());
         return false;
     }
     if (info.isDir())
