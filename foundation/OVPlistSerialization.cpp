@@ -526,6 +526,8 @@ private:
 
     bool value(const OVPlist &node, int depth)
     {
+        if (depth > OVPlistSerialization::maximumDepth)
+            return false; // what could not be read back is not written
         switch (node.type()) {
         case OVPlist::Type::Invalid:
             return false;
@@ -676,8 +678,10 @@ private:
     }
 
     // Appends the object and its members; containers precede their members.
-    bool flatten(const OVPlist &node, quint64 *index = nullptr)
+    bool flatten(const OVPlist &node, quint64 *index = nullptr, int depth = 0)
     {
+        if (depth > OVPlistSerialization::maximumDepth)
+            return false; // what could not be read back is not written
         quint64 self = 0;
         switch (node.type()) {
         case OVPlist::Type::Invalid:
@@ -693,7 +697,7 @@ private:
             refs.reserve(members.size());
             for (const OVPlist &member : members) {
                 quint64 child = 0;
-                if (!flatten(member, &child))
+                if (!flatten(member, &child, depth + 1))
                     return false;
                 refs.push_back(child);
             }
@@ -709,7 +713,7 @@ private:
             size_t i = 0;
             for (auto it = entries.cbegin(); it != entries.cend(); ++it, ++i) {
                 refs[i] = stringObject(it.key());
-                if (!flatten(it.value(), &refs[count + i]))
+                if (!flatten(it.value(), &refs[count + i], depth + 1))
                     return false;
             }
             m_objects[self].refs = std::move(refs);

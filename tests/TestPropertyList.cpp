@@ -407,15 +407,20 @@ private slots:
         QVERIFY(!OVPlistSerialization::propertyListWithDevice(nullptr, nullptr, &error).isValid());
     }
 
-    void invalidValuesAreNotWritten()
+    void invalidOrTooDeepValuesAreNotWritten()
     {
-        OVPlist root;
-        root.insert(QStringLiteral("hole"), OVPlist());
-        for (const Format format : {Format::Xml, Format::Binary}) {
-            OVError error;
-            QVERIFY(OVPlistSerialization::dataWithPropertyList(root, format, &error).isEmpty());
-            QCOMPARE(error.code, qint64(OVPlistSerialization::WriteInvalidError));
-            QVERIFY(!error.localizedDescription.isEmpty());
+        OVPlist holed;
+        holed.insert(QStringLiteral("hole"), OVPlist());
+        OVPlist deep = OVPlist::array();
+        for (int i = 0; i < OVPlistSerialization::maximumDepth + 5; ++i)
+            deep = OVPlist(OVPlist::Array {deep});
+        for (const OVPlist &value : {holed, deep}) {
+            for (const Format format : {Format::Xml, Format::Binary}) {
+                OVError error;
+                QVERIFY(OVPlistSerialization::dataWithPropertyList(value, format, &error).isEmpty());
+                QCOMPARE(error.code, qint64(OVPlistSerialization::WriteInvalidError));
+                QVERIFY(!error.localizedDescription.isEmpty());
+            }
         }
     }
 
