@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QDBusMessage>
 #include <QTimer>
 
 namespace StandinBus {
@@ -30,6 +31,17 @@ bool publish(QObject *object, const QString &identifier, QString *error)
         return false;
     }
     return true;
+}
+
+void reloadServiceFiles()
+{
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected())
+        return;
+    const QDBusMessage reload = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("ReloadConfig"));
+    bus.call(reload);
 }
 
 void quitWhenBusCloses(QObject *context)

@@ -13,6 +13,11 @@ namespace StandinBus {
 // there is no session bus or the name is taken.
 [[nodiscard]] bool publish(QObject *object, const QString &identifier, QString *error = nullptr);
 
+// Asks a running session bus, if there is one, to read its service files again, so that a
+// service file just written is listed as activatable at once. A daemon that started before
+// its services folder existed does not notice the folder by itself.
+void reloadServiceFiles();
+
 // Quits the application once the session bus connection is lost.
 void quitWhenBusCloses(QObject *context);
 

@@ -78,6 +78,7 @@ int main(int argc, char *argv[])
         QString error;
         if (!StandinInstaller::install(installation, dataHome, &error))
             return fail(error);
+        StandinBus::reloadServiceFiles();
         std::printf("%s\n%s\n", qPrintable(StandinInstaller::desktopEntryPath(dataHome, identifier)),
                     qPrintable(StandinInstaller::serviceFilePath(dataHome, identifier)));
         return 0;
