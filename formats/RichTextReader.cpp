@@ -77,9 +77,14 @@ bool hasMarkdownExtension(const QString &fileName)
 
 QString decodeHTML(const QByteArray &data)
 {
+    // The declared charset (UTF-8 when none is declared); pages that do not decode in it are
+    // treated like plain text of unknown encoding.
     QStringDecoder decoder = QStringDecoder::decoderForHtml(data);
-    if (decoder.isValid())
-        return decoder.decode(data);
+    if (decoder.isValid()) {
+        const QString text = decoder.decode(data);
+        if (!decoder.hasError())
+            return text;
+    }
     return RichTextReader::decodePlainText(data);
 }
 

@@ -118,6 +118,19 @@ private slots:
         QCOMPARE(attributes.value(RichText::TitleAttribute).toString(), QStringLiteral("T"));
     }
 
+    void htmlWithoutDeclaredCharsetInALegacyEncoding()
+    {
+        QTextDocument document;
+        QVERIFY(RichTextReader::readData("<html><body>Gr\xfc\xdf"
+                                         "e</body></html>",
+                                         &document));
+        QCOMPARE(document.toPlainText(), QString::fromUtf8("Grüße"));
+        QVERIFY(RichTextReader::readData("<html><head><meta charset=\"windows-1251\"></head><body>\xcf\xf0\xe8</body>"
+                                         "</html>",
+                                         &document));
+        QCOMPARE(document.toPlainText(), QString::fromUtf8("При"));
+    }
+
     void markdownIsRendered()
     {
         QTextDocument document;
