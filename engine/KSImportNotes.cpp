@@ -5,15 +5,13 @@
 #include "engine/KSLibraryRecords.h"
 #include "formats/NVItemType.h"
 #include "formats/RTFDPackage.h"
-#include "formats/RTFReader.h"
+#include "formats/RichTextReader.h"
 #include "foundation/OVFileNameStrings.h"
 #include "foundation/OVMainThread.h"
 #include "foundation/OVStandardPaths.h"
 #include "foundation/OVStringFormat.h"
 
 #include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <QTextDocument>
 #include <QUrl>
 
@@ -77,18 +75,9 @@ void KSImportOperation::convertFileToNoteOnMainThread(const QVariantMap &request
 
     QTextDocument document;
     OVError error;
-    bool read = false;
-    if (QFileInfo(originalPath).isDir()) {
-        read = RTFDPackage::readDocument(originalPath, &document, nullptr, &error);
-    } else {
-        QFile file(originalPath);
-        if (file.open(QIODevice::ReadOnly)) {
-            RTFReader reader;
-            read = reader.read(&file, &document, &error);
-        } else {
-            error.localizedDescription = file.errorString();
-        }
+    if (!RichTextReader::readFile(originalPath, &document, nullptr, &error)
+        || !RTFDPackage::writeDocument(&document, notePath, {}, &error)) {
+        qWarning().noquote() << OVStringWithFormat(QStringLiteral("Cannot write note: %@"),
+                                                   {error.localizedDescription});
     }
-    if (!read || !RTFDPackage::writeDocument(&document, notePath, {}, &error))
-        qWarning().noquote() << OVStringWithFormat(QStringLiteral("Cannot write note: %@"), {error.localizedDescription});
 }
