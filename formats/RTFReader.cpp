@@ -486,6 +486,7 @@ private:
     void appendCharacter(char16_t character);
     void flushRun();
     void endParagraph();
+    void finishBlock();
     void insertAttachment(const QString &fileName, const QByteArray &contents, const QSizeF &size);
     bool swallowPlaceholder();
 
@@ -565,7 +566,7 @@ void Parser::run()
     flushBytes();
     flushRun();
     if (!m_stack.empty())
-        m_cursor.setBlockFormat(blockFormat(current().para));
+        finishBlock();
     m_cursor.endEditBlock();
     m_attributes.insert(RichText::DocumentTypeAttribute, RichText::RTFDocumentType);
 }
@@ -1369,8 +1370,17 @@ void Parser::endParagraph()
 {
     flushBytes();
     flushRun();
-    m_cursor.setBlockFormat(blockFormat(current().para));
+    finishBlock();
     m_cursor.insertBlock();
+}
+
+void Parser::finishBlock()
+{
+    m_cursor.setBlockFormat(blockFormat(current().para));
+    // The paragraph mark's own formatting sets the height of an empty line.
+    CharState mark = current().chars;
+    mark.link = -1;
+    m_cursor.setBlockCharFormat(charFormat(mark));
 }
 
 void Parser::insertAttachment(const QString &fileName, const QByteArray &contents, const QSizeF &size)

@@ -507,6 +507,8 @@ QByteArray Writer::write(const QVariantMap &attributes)
             appendEscaped(m_out, fragment.text());
         }
         closeLink();
+        if (block.length() <= 1)
+            emitState(stateFor(block.charFormat()), false); // an empty line keeps its height
     }
     m_out.append("}");
     return m_out;

@@ -273,6 +273,21 @@ private slots:
         QCOMPARE(describe(again), describe(back));
     }
 
+    void emptyParagraphsKeepTheirFormatting()
+    {
+        QTextDocument original;
+        RTFReader reader;
+        QVERIFY(reader.read(QByteArray("{\\rtf1\\ansi{\\fonttbl\\f0\\fnil Menlo;}\\f0\\fs24 a\\\n\\fs72 \\\nb}"),
+                            &original));
+        QCOMPARE(original.blockCount(), 3);
+        QCOMPARE(original.findBlockByNumber(1).charFormat().fontPointSize(), 36.0);
+        QTextDocument back;
+        QVERIFY(roundTrip(original, &back));
+        QCOMPARE(back.findBlockByNumber(1).charFormat().fontPointSize(), 36.0);
+        QCOMPARE(back.findBlockByNumber(1).charFormat().fontFamilies().toStringList(),
+                 QStringList {QStringLiteral("Menlo")});
+    }
+
     void picturesAreEmbeddedByteForByte()
     {
         QTextDocument original;
