@@ -142,6 +142,18 @@ class TestKastrelStandin : public QObject
     Q_OBJECT
 
 private:
+    // Runs the stand-in to its end (install, or a start that fails) and answers its exit code.
+    static int runStandin(const QStringList &arguments, QByteArray *standardError = nullptr)
+    {
+        QProcess process;
+        process.start(standinExecutable(), arguments);
+        if (!process.waitForFinished(30000))
+            return -1;
+        if (standardError)
+            *standardError = process.readAllStandardError();
+        return process.exitCode();
+    }
+
     std::unique_ptr<Standin> startStandin(const QStringList &arguments,
                                           const QString &identifier = QStringLiteral("com.fendwick.kastrel4"))
     {
@@ -571,37 +583,32 @@ private slots:
         QVERIFY(manifest.open(QIODevice::WriteOnly));
         manifest.write(R"({"items": [{"kind": "note", "id": "a", "label": "nowhere"}]})");
         manifest.close();
-        QProcess process;
-        process.start(standinExecutable(), {QStringLiteral("--library"), folder.path()});
-        QVERIFY(process.waitForFinished(30000));
-        QCOMPARE(process.exitCode(), 2);
-        QVERIFY(process.readAllStandardError().contains("unknown label"));
+        QByteArray standardError;
+        QCOMPARE(runStandin({QStringLiteral("--library"), folder.path()}, &standardError), 2);
+        QVERIFY(standardError.contains("unknown label"));
     }
 
     void installWritesDesktopEntryAndServiceFile()
     {
         const QString dataHome = qEnvironmentVariable("XDG_DATA_HOME");
         QVERIFY(!dataHome.isEmpty());
-        QProcess process;
-        process.start(standinExecutable(),
-                      {QStringLiteral("install"), QStringLiteral("--library"), libraryPath(),
-                       QStringLiteral("--identifier"), QStringLiteral("com.fendwick.kastrel"),
-                       QStringLiteral("--version"), QStringLiteral("1.5")});
-        QVERIFY(process.waitForFinished(30000));
-        QCOMPARE(process.exitCode(), 0);
+        QCOMPARE(runStandin({QStringLiteral("install"), QStringLiteral("--library"), libraryPath(),
+                             QStringLiteral("--identifier"), QStringLiteral("com.fendwick.kastrel"),
+                             QStringLiteral("--version"), QStringLiteral("1.5")}),
+                 0);
 
         const QString desktop = fileBytes(dataHome + QStringLiteral("/applications/com.fendwick.kastrel.desktop"));
         QVERIFY(desktop.startsWith(QStringLiteral("[Desktop Entry]\n")));
         QVERIFY(desktop.contains(QStringLiteral("\nType=Application\n")));
-        QVERIFY(desktop.contains(QStringLiteral("\nExec=") + standinExecutable() + QStringLiteral(" serve --library ")
-                                 + libraryPath()
-                                 + QStringLiteral(" --identifier com.fendwick.kastrel --version 1.5\n")));
+        QVERIFY(desktop.contains(QStringLiteral("\nExec=") + standinExecutable()
+                                 + QStringLiteral(" serve --identifier com.fendwick.kastrel --version 1.5 --library ")
+                                 + libraryPath() + QStringLiteral("\n")));
 
         const QString service = fileBytes(dataHome + QStringLiteral("/dbus-1/services/com.fendwick.kastrel.service"));
         QCOMPARE(service,
                  QStringLiteral("[D-BUS Service]\nName=com.fendwick.kastrel\nExec=") + standinExecutable()
-                     + QStringLiteral(" serve --library ") + libraryPath()
-                     + QStringLiteral(" --identifier com.fendwick.kastrel --version 1.5\n"));
+                     + QStringLiteral(" serve --identifier com.fendwick.kastrel --version 1.5 --library ")
+                     + libraryPath() + QStringLiteral("\n"));
     }
 
     void installQuotesAwkwardArguments()
@@ -613,13 +620,11 @@ private slots:
         QVERIFY(manifest.open(QIODevice::WriteOnly));
         manifest.write("{}");
         manifest.close();
-        QProcess process;
-        process.start(standinExecutable(),
-                      {QStringLiteral("install"), QStringLiteral("--library"), library, QStringLiteral("--identifier"),
-                       QStringLiteral("com.fendwick.kastrel4"), QStringLiteral("--version"), QStringLiteral("100%"),
-                       QStringLiteral("--data-home"), home.path()});
-        QVERIFY(process.waitForFinished(30000));
-        QCOMPARE(process.exitCode(), 0);
+        QCOMPARE(
+            runStandin({QStringLiteral("install"), QStringLiteral("--library"), library, QStringLiteral("--identifier"),
+                        QStringLiteral("com.fendwick.kastrel4"), QStringLiteral("--version"), QStringLiteral("100%"),
+                        QStringLiteral("--data-home"), home.path()}),
+            0);
         const QString desktop = fileBytes(home.filePath(QStringLiteral("applications/com.fendwick.kastrel4.desktop")));
         QVERIFY2(desktop.contains(QStringLiteral("--library \"") + home.path()
                                   + QStringLiteral("/My \\\\\"odd\\\\\" library's \\\\$folder\"")),
@@ -649,13 +654,10 @@ private slots:
     void installedStandinIsActivatedByTheBus()
     {
         const QString dataHome = qEnvironmentVariable("XDG_DATA_HOME");
-        QProcess process;
-        process.start(standinExecutable(),
-                      {QStringLiteral("install"), QStringLiteral("--library"), libraryPath(),
-                       QStringLiteral("--identifier"), QStringLiteral("com.fendwick.kastrel"),
-                       QStringLiteral("--version"), QStringLiteral("1.5")});
-        QVERIFY(process.waitForFinished(30000));
-        QCOMPARE(process.exitCode(), 0);
+        QCOMPARE(runStandin({QStringLiteral("install"), QStringLiteral("--library"), libraryPath(),
+                             QStringLiteral("--identifier"), QStringLiteral("com.fendwick.kastrel"),
+                             QStringLiteral("--version"), QStringLiteral("1.5")}),
+                 0);
 
         QDBusConnectionInterface *bus = QDBusConnection::sessionBus().interface();
         QVERIFY(!bus->isServiceRegistered(QStringLiteral("com.fendwick.kastrel")).value());
@@ -678,12 +680,9 @@ private slots:
 
     void installRefusesABadIdentifier()
     {
-        QProcess process;
-        process.start(standinExecutable(),
-                      {QStringLiteral("install"), QStringLiteral("--library"), libraryPath(),
-                       QStringLiteral("--identifier"), QStringLiteral("not a bus name")});
-        QVERIFY(process.waitForFinished(30000));
-        QCOMPARE(process.exitCode(), 2);
+        QCOMPARE(runStandin({QStringLiteral("install"), QStringLiteral("--library"), libraryPath(),
+                             QStringLiteral("--identifier"), QStringLiteral("not a bus name")}),
+                 2);
         QVERIFY(!QFileInfo::exists(qEnvironmentVariable("XDG_DATA_HOME") + "/applications/not a bus name.desktop"));
     }
 

@@ -3,6 +3,7 @@
 // a good one, and installing itself as an activatable application.
 #include "TestConfig.h"
 #include "TestSupport.h"
+#include "foundation/OVKeyedArchiver.h"
 #include "foundation/OVPlist.h"
 #include "foundation/OVPlistSerialization.h"
 #include "standins/nortavel/NortavelLibraryValidator.h"
@@ -43,14 +44,7 @@ bool writeFile(const QString &path, const QByteArray &bytes)
 
 QByteArray archivedString(const QString &text)
 {
-    OVPlist archive = OVPlist::dictionary();
-    archive.insert(QStringLiteral("$archiver"), QStringLiteral("NSKeyedArchiver"));
-    archive.insert(QStringLiteral("$version"), 100000);
-    OVPlist top = OVPlist::dictionary();
-    top.insert(QStringLiteral("root"), OVPlist::uid(1));
-    archive.insert(QStringLiteral("$top"), top);
-    archive.insert(QStringLiteral("$objects"), OVPlist(QStringList {QStringLiteral("$null"), text}));
-    return OVPlistSerialization::dataWithPropertyList(archive, OVPlistSerialization::Format::Binary);
+    return OVKeyedArchiver::archivedDataWithRootObject(text);
 }
 
 OVPlist record(const QString &entity, const QString &identifier)
@@ -476,6 +470,10 @@ private slots:
         }) << "RuleSet" << kRuleSet << "ruleValues";
         QTest::newRow("value data is no keyed archive") << Damage([](ExportFolder &f) {
             f.table("RuleValue")[kRuleValueWork].insert(QStringLiteral("valueData"), QByteArray("work"));
+        }) << "RuleValue" << kRuleValueWork << "valueData";
+        QTest::newRow("value data archives no string") << Damage([](ExportFolder &f) {
+            f.table("RuleValue")[kRuleValueWork].insert(QStringLiteral("valueData"),
+                                                        OVKeyedArchiver::archivedDataWithRootObject(42));
         }) << "RuleValue" << kRuleValueWork << "valueData";
         QTest::newRow("label component out of range") << Damage([](ExportFolder &f) {
             f.table("Label")[QStringLiteral("L-red")].insert(QStringLiteral("alphaComponent"), 1.5);

@@ -5,6 +5,7 @@
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QTimer>
+#include <cstdio>
 
 namespace StandinBus {
 
@@ -53,6 +54,23 @@ void quitWhenBusCloses(QObject *context)
             QCoreApplication::exit(0);
     });
     timer->start(1000);
+}
+
+int serve(QObject *object, const QString &identifier)
+{
+    QString error;
+    if (!publish(object, identifier, &error))
+        return fail(error);
+    quitWhenBusCloses(object);
+    std::printf("ready %s\n", qPrintable(identifier));
+    std::fflush(stdout);
+    return QCoreApplication::exec();
+}
+
+int fail(const QString &text)
+{
+    std::fprintf(stderr, "%s: %s\n", qPrintable(QCoreApplication::applicationName()), qPrintable(text));
+    return 2;
 }
 
 } // namespace StandinBus

@@ -21,4 +21,12 @@ void reloadServiceFiles();
 // Quits the application once the session bus connection is lost.
 void quitWhenBusCloses(QObject *context);
 
+// Publishes `object` under `identifier`, prints "ready <identifier>" (whoever started the
+// stand-in by hand may wait for that line instead of polling the bus) and runs the event
+// loop until the application quits. Answers the exit code.
+int serve(QObject *object, const QString &identifier);
+
+// Prints "<application name>: <text>" on standard error and answers exit code 2.
+int fail(const QString &text);
+
 } // namespace StandinBus

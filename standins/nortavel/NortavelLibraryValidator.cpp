@@ -1,5 +1,6 @@
 #include "standins/nortavel/NortavelLibraryValidator.h"
 
+#include "foundation/OVKeyedUnarchiver.h"
 #include "foundation/OVPlistSerialization.h"
 
 #include <QDir>
@@ -376,25 +377,10 @@ void NortavelLibraryValidator::checkKeyedArchiveOfString(const QString &identifi
 {
     if (!data.isData())
         return;
-    const QString table = QStringLiteral("RuleValue");
-    const QString key = QStringLiteral("valueData");
-    const OVPlist archive = OVPlistSerialization::propertyListWithData(data.toData());
-    if (!archive.isDictionary()
-        || archive.value(QStringLiteral("$archiver")) != OVPlist(QStringLiteral("NSKeyedArchiver"))
-        || !archive.value(QStringLiteral("$version")).isInteger()
-        || archive.value(QStringLiteral("$version")).toInteger() != 100000) {
-        problem(table, identifier, key, QStringLiteral("is not a keyed archive"));
-        return;
-    }
-    const OVPlist root = archive.value(QStringLiteral("$top")).value(QStringLiteral("root"));
-    const OVPlist objects = archive.value(QStringLiteral("$objects"));
-    if (!root.isUid() || !objects.isArray() || objects.at(0) != OVPlist(QStringLiteral("$null"))) {
-        problem(table, identifier, key, QStringLiteral("is a keyed archive without a root object"));
-        return;
-    }
-    const quint64 index = root.toUid();
-    if (index == 0 || index >= quint64(objects.size()) || !objects.at(qsizetype(index)).isString())
-        problem(table, identifier, key, QStringLiteral("does not archive a string as its root object"));
+    OVError error;
+    if (!OVKeyedUnarchiver::unarchivedObjectOfClass<QString>(data.toData(), &error))
+        problem(QStringLiteral("RuleValue"), identifier, QStringLiteral("valueData"),
+                QStringLiteral("is not a keyed archive of a string: %1").arg(error.localizedDescription));
 }
 
 void NortavelLibraryValidator::checkReferences(const OVPlist &entities)
