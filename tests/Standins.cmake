@@ -1,7 +1,7 @@
 # The stand-in and sample tests start the stand-ins and the sample generator, so those are
 # built first; the tests that look inside also link their libraries.
 foreach(pair "TestKastrelStandin:kastrel-standin" "TestNortavelStandin:nortavel3-standin"
-             "TestSampleLibrary:kastrel-sample-generator")
+             "TestSampleLibrary:kastrel-sample-generator" "TestSampleLibrary:kastrel-standin")
     string(REPLACE ":" ";" pair ${pair})
     list(GET pair 0 test)
     list(GET pair 1 executable)

@@ -1,11 +1,16 @@
 // The committed sample library: it loads in the source stand-in, it holds what the demo is
 // meant to show, its binary files carry what the export reads from them, and the generator
-// that made them still makes the same files.
+// that made them still makes the same files. And the generator's large synthetic libraries,
+// served whole.
 #include "TestConfig.h"
 #include "TestSupport.h"
 #include "foundation/OVPlistSerialization.h"
 #include "standins/kastrel/KastrelLibrary.h"
 
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusObjectPath>
 #include <QDirIterator>
 #include <QImageReader>
 #include <QProcess>
@@ -48,6 +53,8 @@ class TestSampleLibrary : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase() { qDBusRegisterMetaType<QList<QVariantMap>>(); }
+
     void libraryLoads()
     {
         KastrelLibrary library;
@@ -187,6 +194,54 @@ private slots:
             QVERIFY(made.open(QIODevice::ReadOnly) && kept.open(QIODevice::ReadOnly));
             QVERIFY2(made.readAll() == kept.readAll(), qPrintable(file));
         }
+    }
+
+    void largeLibraryIsServedWhole()
+    {
+        QTemporaryDir folder;
+        QProcess generator;
+        generator.start(QStringLiteral(KI_BIN_DIR "/kastrel-sample-generator"),
+                        {QStringLiteral("--items"), QStringLiteral("7000"), folder.path()});
+        QVERIFY(generator.waitForFinished(60000));
+        QCOMPARE(generator.exitCode(), 0);
+
+        QProcess standin;
+        standin.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        standin.start(QStringLiteral(KI_BIN_DIR "/kastrel-standin"),
+                      {QStringLiteral("--library"), folder.path(), QStringLiteral("--version"), QStringLiteral("2.0")});
+        while (!standin.canReadLine())
+            QVERIFY(standin.waitForReadyRead(60000));
+        QVERIFY(standin.readLine().startsWith("ready"));
+
+        auto call = [](const QString &method, const QVariantList &arguments) {
+            QDBusMessage message
+                = QDBusMessage::createMethodCall(QStringLiteral("com.fendwick.kastrel4"), QStringLiteral("/"),
+                                                 QStringLiteral("com.fendwick.Kastrel.Scripting"), method);
+            message.setArguments(arguments);
+            return QDBusConnection::sessionBus().call(message);
+        };
+        QList<QDBusObjectPath> all;
+        for (const char *element : {"noteItems", "bookmarkItems", "serialNumberItems", "passwordItems", "imageItems",
+                                    "pdfArchiveItems", "webArchiveItems"}) {
+            const QDBusMessage reply = call(QStringLiteral("Elements"),
+                                            {QVariant::fromValue(QDBusObjectPath("/")), QString::fromLatin1(element)});
+            const auto paths = qdbus_cast<QList<QDBusObjectPath>>(reply.arguments().value(0));
+            QCOMPARE(paths.size(), 1000);
+            all << paths;
+        }
+        // Every item in one round trip.
+        const QDBusMessage reply = call(QStringLiteral("Properties"), {QVariant::fromValue(all)});
+        QCOMPARE(reply.type(), QDBusMessage::ReplyMessage);
+        const auto dictionaries = qdbus_cast<QList<QVariantMap>>(reply.arguments().value(0));
+        QCOMPARE(dictionaries.size(), 7000);
+        QCOMPARE(dictionaries.first().value(QStringLiteral("id")).toString(), QStringLiteral("ITEM-000000"));
+        QCOMPARE(dictionaries.at(1000).value(QStringLiteral("id")).toString(), QStringLiteral("ITEM-000001"));
+        const QDBusMessage members
+            = call(QStringLiteral("Count"),
+                   {QVariant::fromValue(QDBusObjectPath("/folderCollections/99")), QStringLiteral("databaseItems")});
+        QCOMPARE(members.arguments().value(0).toUInt(), 70u);
+        standin.terminate();
+        QVERIFY(standin.waitForFinished());
     }
 };
 

@@ -1,6 +1,9 @@
 // kastrel-sample-generator FOLDER: writes the binary content files of the sample library
 // into FOLDER (images, PDFs, web archives, the RTFD note's picture). The library's manifest
 // and its text notes are written by hand and live beside them.
+// kastrel-sample-generator --items N FOLDER: writes a whole synthetic library of N items
+// into FOLDER instead, for load and speed tests.
+#include "LargeLibrary.h"
 #include "SamplePdf.h"
 #include "SampleWebArchive.h"
 
@@ -93,8 +96,16 @@ int main(int argc, char *argv[])
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.size() == 4 && arguments.at(1) == QLatin1String("--items")) {
+        bool countOk = false;
+        const int count = arguments.at(2).toInt(&countOk);
+        if (countOk && count >= 0)
+            return LargeLibrary::write(arguments.at(3), count) ? 0 : 1;
+    }
     if (arguments.size() != 2) {
-        std::fprintf(stderr, "usage: kastrel-sample-generator FOLDER\n");
+        std::fprintf(stderr,
+                     "usage: kastrel-sample-generator FOLDER\n"
+                     "       kastrel-sample-generator --items N FOLDER\n");
         return 2;
     }
     const QDir out(arguments.at(1));
