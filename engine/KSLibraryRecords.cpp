@@ -1,6 +1,6 @@
 #include "engine/KSLibraryRecords.h"
 
-#include "foundation/OVPlistSerialization.h"
+#include "foundation/OVKeyedArchiver.h"
 
 #include <QUuid>
 
@@ -22,17 +22,7 @@ void insertComments(OVPlist &record, const QString &comments)
 // unarchives into the value its rule compares against.
 QByteArray archivedTagName(const QString &tagName)
 {
-    OVPlist archive = OVPlist::dictionary();
-    archive.insert(QStringLiteral("$archiver"), QStringLiteral("NSKeyedArchiver"));
-    archive.insert(QStringLiteral("$version"), 100000);
-    OVPlist top = OVPlist::dictionary();
-    top.insert(QStringLiteral("root"), OVPlist::uid(1));
-    archive.insert(QStringLiteral("$top"), top);
-    OVPlist objects = OVPlist::array();
-    objects.append(QStringLiteral("$null"));
-    objects.append(tagName);
-    archive.insert(QStringLiteral("$objects"), objects);
-    return OVPlistSerialization::dataWithPropertyList(archive, OVPlistSerialization::Format::Binary);
+    return OVKeyedArchiver::archivedDataWithRootObject(tagName);
 }
 
 } // namespace
