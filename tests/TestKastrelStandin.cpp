@@ -545,6 +545,11 @@ private slots:
                 = standin->call(QStringLiteral("Export"), {QVariant::fromValue(items), folder.path()});
             QCOMPARE(reply.type(), QDBusMessage::ErrorMessage);
         }
+        for (const QString &relative : {QStringLiteral("relative/folder"), QString()}) {
+            const QDBusMessage reply = standin->call(
+                QStringLiteral("Export"), {QVariant::fromValue(QList<QDBusObjectPath> {objectPath(photo)}), relative});
+            QCOMPARE(reply.type(), QDBusMessage::ErrorMessage);
+        }
         QVERIFY(QDir(folder.path()).isEmpty());
     }
 

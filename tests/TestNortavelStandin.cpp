@@ -517,6 +517,31 @@ private slots:
             hasProblem(validator.problems(), QStringLiteral("Item"), QStringLiteral("x"), QStringLiteral("groups")));
     }
 
+    // Damaged bytes of a good file (cut short anywhere, bytes changed anywhere) are refused
+    // or accepted, never a crash: what a fuzzer checks, kept here for every build.
+    void damagedBytesNeverCrash()
+    {
+        QTemporaryDir folder;
+        ExportFolder exportFolder(folder.filePath(QStringLiteral("Kastrel")));
+        for (const auto format : {OVPlistSerialization::Format::Xml, OVPlistSerialization::Format::Binary}) {
+            const QByteArray good = OVPlistSerialization::dataWithPropertyList(exportFolder.library(), format);
+            QVERIFY(!good.isEmpty());
+            NortavelLibraryValidator validator(exportFolder.libraryFile());
+            QVERIFY(validator.validate(good));
+            for (qsizetype at = 0; at < good.size(); at += 53) {
+                QVERIFY(!validator.validate(good.left(at)));
+                QVERIFY(!validator.problems().isEmpty());
+                QByteArray changed = good;
+                changed[at] = char(changed.at(at) ^ 0x5a);
+                if (!validator.validate(changed))
+                    QVERIFY(!validator.problems().isEmpty());
+                changed[at] = '\0';
+                if (!validator.validate(changed))
+                    QVERIFY(!validator.problems().isEmpty());
+            }
+        }
+    }
+
     void goodLibraryIsIngested()
     {
         QTemporaryDir folder;

@@ -6,6 +6,7 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusMetaType>
+#include <QFileInfo>
 #include <QTimer>
 #include <cstdio>
 
@@ -105,6 +106,10 @@ QString KastrelScriptingService::Export(const QList<QDBusObjectPath> &items, con
 {
     if (items.size() != 1) {
         replyError(kInvalidArgs, QStringLiteral("Export takes exactly one item, not %1").arg(items.size()));
+        return QString();
+    }
+    if (!QFileInfo(folder).isAbsolute()) {
+        replyError(kInvalidArgs, QStringLiteral("the export folder must be an absolute path: %1").arg(folder));
         return QString();
     }
     QString error;
