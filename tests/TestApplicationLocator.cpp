@@ -1,5 +1,6 @@
 // Finding applications: desktop entries in the XDG data folders, and the bus names that give
 // a proxy (owned now, or activatable).
+#include "ScriptingTestHelpers.h"
 #include "engine/ApplicationLocator.h"
 #include "engine/DBusScriptingBackend.h"
 #include "engine/KastrelApplication.h"
@@ -15,28 +16,9 @@ namespace {
 
 const QString Kastrel4 = QStringLiteral("com.fendwick.kastrel4");
 
-void writeFile(const QString &path, const QByteArray &contents)
-{
-    QVERIFY(QDir().mkpath(QFileInfo(path).absolutePath()));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    QCOMPARE(file.write(contents), contents.size());
-}
-
 QByteArray desktopEntry(const QString &name)
 {
     return QStringLiteral("[Desktop Entry]\nType=Application\nName=%1\nExec=true\n").arg(name).toUtf8();
-}
-
-// Makes the bus read its service folders again, as it does by itself some time after a
-// change; the test must not wait for that.
-void reloadBusConfiguration()
-{
-    QDBusMessage reload = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("ReloadConfig"));
-    const QDBusMessage reply = QDBusConnection::sessionBus().call(reload);
-    QCOMPARE(reply.type(), QDBusMessage::ReplyMessage);
 }
 
 } // namespace
@@ -108,11 +90,11 @@ private slots:
         qputenv("XDG_DATA_DIRS", (first + QLatin1Char(':') + second).toLocal8Bit());
         const QString fileName = QStringLiteral("/applications/%1.desktop").arg(Kastrel4);
 
-        writeFile(second + fileName, desktopEntry(QStringLiteral("Second")));
+        writeTestFile(second + fileName, desktopEntry(QStringLiteral("Second")));
         QCOMPARE(ApplicationLocator::absolutePathForAppBundleWithIdentifier(Kastrel4), second + fileName);
-        writeFile(first + fileName, desktopEntry(QStringLiteral("First")));
+        writeTestFile(first + fileName, desktopEntry(QStringLiteral("First")));
         QCOMPARE(ApplicationLocator::absolutePathForAppBundleWithIdentifier(Kastrel4), first + fileName);
-        writeFile(home + fileName, desktopEntry(QStringLiteral("Home")));
+        writeTestFile(home + fileName, desktopEntry(QStringLiteral("Home")));
         QCOMPARE(ApplicationLocator::absolutePathForAppBundleWithIdentifier(Kastrel4), home + fileName);
         QCOMPARE(DBusScriptingBackend().absolutePathForAppBundleWithIdentifier(Kastrel4), home + fileName);
 
@@ -129,7 +111,7 @@ private slots:
         QVERIFY(QDir().mkpath(home + QStringLiteral("/applications/%1.desktop").arg(Kastrel4)));
         QVERIFY(ApplicationLocator::absolutePathForAppBundleWithIdentifier(Kastrel4).isNull());
 
-        writeFile(home + QStringLiteral("/elsewhere.desktop"), desktopEntry(QStringLiteral("Elsewhere")));
+        writeTestFile(home + QStringLiteral("/elsewhere.desktop"), desktopEntry(QStringLiteral("Elsewhere")));
         QVERIFY(ApplicationLocator::absolutePathForAppBundleWithIdentifier(QStringLiteral("../elsewhere")).isNull());
         QVERIFY(ApplicationLocator::absolutePathForAppBundleWithIdentifier(QString()).isNull());
         QVERIFY(ApplicationLocator::absolutePathForAppBundleWithIdentifier(QStringLiteral("")).isNull());
@@ -189,9 +171,9 @@ private slots:
         // The bus only lists the name; nothing is started by asking.
         const QString name = QStringLiteral("com.fendwick.activatable");
         const QString services = QString::fromLocal8Bit(m_dataHome) + QStringLiteral("/dbus-1/services/");
-        writeFile(services + name + QStringLiteral(".service"),
-                  QStringLiteral("[D-BUS Service]\nName=%1\nExec=/bin/false\n").arg(name).toUtf8());
-        reloadBusConfiguration();
+        writeTestFile(services + name + QStringLiteral(".service"),
+                      QStringLiteral("[D-BUS Service]\nName=%1\nExec=/bin/false\n").arg(name).toUtf8());
+        reloadSessionBusConfiguration();
         QDBusConnection bus = QDBusConnection::sessionBus();
         QVERIFY(ApplicationLocator::hasProxy(bus, name));
         QVERIFY(!bus.interface()->isServiceRegistered(name).value());
@@ -199,7 +181,7 @@ private slots:
         QVERIFY(KastrelApplication::applicationWithBundleIdentifier(backend, name));
 
         QVERIFY(QFile::remove(services + name + QStringLiteral(".service")));
-        reloadBusConfiguration();
+        reloadSessionBusConfiguration();
         QVERIFY(!ApplicationLocator::hasProxy(bus, name));
     }
 

@@ -2,7 +2,9 @@
 // bus: every class, element and property read, absent values, failed calls of every sort
 // (error replies, vanished names, replies of the wrong type), export, the target's commands,
 // use from a worker thread, and the number of bus round trips the reads cost.
+#include "ScriptingTestHelpers.h"
 #include "TestConfig.h"
+#include "TestSupport.h"
 #include "engine/ApplicationLocator.h"
 #include "engine/DBusScriptingBackend.h"
 #include "engine/KSFourCharCode.h"
@@ -33,16 +35,6 @@ const QString Kastrel4 = QStringLiteral("com.fendwick.kastrel4");
 const QString Nortavel = QStringLiteral("com.orvantis.Nortavel3");
 const QString KastrelInterface = QStringLiteral("com.fendwick.Kastrel.Scripting");
 const QString NortavelInterface = QStringLiteral("com.orvantis.Nortavel3.Scripting");
-
-template<typename Read> QString failureOf(Read read)
-{
-    try {
-        read();
-    } catch (const KSScriptingException &exception) {
-        return exception.reason();
-    }
-    return QString();
-}
 
 // A peer that serves either interface from a table, on a connection and a thread of its
 // own, so that the client's blocking calls really cross the bus.
@@ -238,110 +230,35 @@ QString standInPath(const QString &name)
     return QStringLiteral(KI_BIN_DIR "/") + name;
 }
 
-void writeBytes(const QString &path, const QByteArray &bytes)
-{
-    QVERIFY(QDir().mkpath(QFileInfo(path).absolutePath()));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    QCOMPARE(file.write(bytes), bytes.size());
-}
-
 // A library folder for the source stand-in: three labels, three tag collections, two groups
 // and items of every kind, one of whose exports fails.
-void writeStandInLibrary(const QString &folder)
+QString standInLibrary()
 {
-    writeBytes(folder + QStringLiteral("/notes/agenda.rtf"), QByteArrayLiteral("{\\rtf1\\ansi Agenda}"));
-    writeBytes(folder + QStringLiteral("/images/sky.png"), QByteArrayLiteral("\x89PNG not really"));
-    writeBytes(folder + QStringLiteral("/docs/paper.pdf"), QByteArrayLiteral("%PDF-1.4 not really"));
-    writeBytes(folder + QStringLiteral("/web/page.webarchive"), QByteArrayLiteral("bplist00 not really"));
-    const QJsonObject library {
-        {QStringLiteral("labels"),
-         QJsonArray {QJsonObject {{QStringLiteral("id"), QStringLiteral("L1")},
-                                  {QStringLiteral("name"), QStringLiteral("Important")},
-                                  {QStringLiteral("color"), QStringLiteral("rgb 1 0 0 1")}},
-                     QJsonObject {{QStringLiteral("id"), QStringLiteral("L2")},
-                                  {QStringLiteral("name"), QStringLiteral("Grey")},
-                                  {QStringLiteral("color"), QStringLiteral("gray 0.5 1")}},
-                     QJsonObject {{QStringLiteral("id"), QStringLiteral("L3")},
-                                  {QStringLiteral("name"), QStringLiteral("Catalogue")},
-                                  {QStringLiteral("color"), QStringLiteral("orange")}}}},
-        {QStringLiteral("tagCollections"),
-         QJsonArray {
-             QJsonObject {{QStringLiteral("id"), QStringLiteral("T1")},
-                          {QStringLiteral("name"), QStringLiteral("Urgent")},
-                          {QStringLiteral("comments"), QStringLiteral("all of them")},
-                          {QStringLiteral("behavior"), QStringLiteral("TgAl")},
-                          {QStringLiteral("tags"), QJsonArray {QStringLiteral("urgent"), QStringLiteral("work")}}},
-             QJsonObject {{QStringLiteral("id"), QStringLiteral("T2")},
-                          {QStringLiteral("name"), QStringLiteral("Any")},
-                          {QStringLiteral("behavior"), QStringLiteral("TgAn")},
-                          {QStringLiteral("tags"), QJsonArray {QStringLiteral("home")}}},
-             QJsonObject {{QStringLiteral("id"), QStringLiteral("T3")},
-                          {QStringLiteral("name"), QStringLiteral("None")},
-                          {QStringLiteral("tags"), QJsonArray {}}}}},
-        {QStringLiteral("folderCollections"),
-         QJsonArray {QJsonObject {{QStringLiteral("id"), QStringLiteral("G1")},
-                                  {QStringLiteral("name"), QStringLiteral("Work")},
-                                  {QStringLiteral("comments"), QStringLiteral("office")},
-                                  {QStringLiteral("items"), QJsonArray {QStringLiteral("N1"), QStringLiteral("I1")}}},
-                     QJsonObject {{QStringLiteral("id"), QStringLiteral("G2")},
-                                  {QStringLiteral("name"), QStringLiteral("Empty")},
-                                  {QStringLiteral("items"), QJsonArray {}}}}},
-        {QStringLiteral("items"),
-         QJsonArray {
-             QJsonObject {{QStringLiteral("kind"), QStringLiteral("note")},
-                          {QStringLiteral("id"), QStringLiteral("N1")},
-                          {QStringLiteral("name"), QStringLiteral("Agenda")},
-                          {QStringLiteral("comments"), QStringLiteral("see me")},
-                          {QStringLiteral("creationDate"), QStringLiteral("2019-05-01T10:00:00Z")},
-                          {QStringLiteral("modificationDate"), 1588000000.5},
-                          {QStringLiteral("label"), QStringLiteral("L2")},
-                          {QStringLiteral("tags"), QJsonArray {QStringLiteral("urgent"), QStringLiteral("home")}},
-                          {QStringLiteral("encrypted"), false},
-                          {QStringLiteral("file"), QStringLiteral("notes/agenda.rtf")}},
-             QJsonObject {{QStringLiteral("kind"), QStringLiteral("note")},
-                          {QStringLiteral("id"), QStringLiteral("N2")},
-                          {QStringLiteral("text"), QStringLiteral("a note without a name")}},
-             QJsonObject {{QStringLiteral("kind"), QStringLiteral("bookmark")},
-                          {QStringLiteral("id"), QStringLiteral("B1")},
-                          {QStringLiteral("name"), QStringLiteral("Site")},
-                          {QStringLiteral("location"), QStringLiteral("https://example.org/")}},
-             QJsonObject {{QStringLiteral("kind"), QStringLiteral("serialNumber")},
-                          {QStringLiteral("id"), QStringLiteral("S1")},
-                          {QStringLiteral("name"), QStringLiteral("Key")},
-                          {QStringLiteral("text"), QStringLiteral("ABC-123")}},
-             QJsonObject {{QStringLiteral("kind"), QStringLiteral("password")},
-                          {QStringLiteral("id"), QStringLiteral("P1")},
-                          {QStringLiteral("name"), QStringLiteral("Bank")},
-                          {QStringLiteral("password"), QStringLiteral("secret")},
-                          {QStringLiteral("text"), QStringLiteral("pin 1234")}},
-             QJsonObject {{QStringLiteral("kind"), QStringLiteral("image")},
-                          {QStringLiteral("id"), QStringLiteral("I1")},
-                          {QStringLiteral("name"), QStringLiteral("Sky")},
-                          {QStringLiteral("encrypted"), true},
-                          {QStringLiteral("label"), QStringLiteral("L1")},
-                          {QStringLiteral("tags"), QJsonArray {QStringLiteral("home")}},
-                          {QStringLiteral("file"), QStringLiteral("images/sky.png")}},
-             QJsonObject {{QStringLiteral("kind"), QStringLiteral("pdfArchive")},
-                          {QStringLiteral("id"), QStringLiteral("D1")},
-                          {QStringLiteral("name"), QStringLiteral("Paper")},
-                          {QStringLiteral("file"), QStringLiteral("docs/paper.pdf")}},
-             QJsonObject {{QStringLiteral("kind"), QStringLiteral("webArchive")},
-                          {QStringLiteral("id"), QStringLiteral("W1")},
-                          {QStringLiteral("name"), QStringLiteral("Page")},
-                          {QStringLiteral("file"), QStringLiteral("web/page.webarchive")},
-                          {QStringLiteral("export"), QStringLiteral("fails")}}}}};
-    writeBytes(folder + QStringLiteral("/library.json"), QJsonDocument(library).toJson());
+    return TestSupport::testDataPath(QStringLiteral("scripting/standin-library"));
 }
 
-// Makes the bus read its service folders again, so that a service file written after the
-// bus started is activatable at once.
-void reloadBusConfiguration()
+// Reads and exports every note as the item stage does: its name, the export, its record's
+// properties, its tags' names and its label's id. Answers how many exports wrote a file.
+int exportNotesAsTheItemStageDoes(const KastrelApplication &kastrel, const QString &folder)
 {
-    QDBusMessage reload = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("ReloadConfig"));
-    QCOMPARE(QDBusConnection::sessionBus().call(reload).type(), QDBusMessage::ReplyMessage);
+    int written = 0;
+    for (const KastrelDatabaseItem &item : kastrel.noteItems().get()) {
+        item.name();
+        if (!kastrel.exportTo({item}, folder).isNull())
+            ++written;
+        item.id();
+        item.comments();
+        item.creationDate();
+        item.modificationDate();
+        if (item.respondsToEncrypted())
+            item.encrypted();
+        item.respondsToPassword();
+        for (const KastrelTag &tag : item.tags().get())
+            tag.name();
+        if (const std::optional<KastrelLabel> label = item.label())
+            label->id();
+    }
+    return written;
 }
 
 // Runs a stand-in executable to completion (install) and answers its exit code.
@@ -420,7 +337,7 @@ private slots:
         QCOMPARE(members[1].id(), QStringLiteral("I4"));
         QVERIFY(groups[1].databaseItems().get().isEmpty());
         // A version-2 source offers no "items".
-        QVERIFY(failureOf([&] { groups[0].items().get(); }).contains(QLatin1String("UnknownObject")));
+        QVERIFY(scriptingFailureOf([&] { groups[0].items().get(); }).contains(QLatin1String("UnknownObject")));
 
         const KastrelTagCollection collection = kastrel->tagCollections().get().value(0);
         QCOMPARE(collection.id(), QStringLiteral("TC1"));
@@ -560,20 +477,7 @@ private slots:
         // What an item export reads: the list and its count, then per item the export, its
         // properties, its tags' names, its label's id.
         QCOMPARE(kastrel->noteItems().count(), quint32(count));
-        for (const KastrelDatabaseItem &item : kastrel->noteItems().get()) {
-            QVERIFY(!item.name().isEmpty());
-            QVERIFY(!kastrel->exportTo({item}, QDir::tempPath()).isNull());
-            item.id();
-            item.comments();
-            item.creationDate();
-            item.modificationDate();
-            if (item.respondsToEncrypted())
-                item.encrypted();
-            item.respondsToPassword();
-            for (const KastrelTag &tag : item.tags().get())
-                tag.name();
-            item.label()->id();
-        }
+        QCOMPARE(exportNotesAsTheItemStageDoes(*kastrel, QDir::tempPath()), count);
         const quint64 trips = backend.roundTripCount() - before;
         QVERIFY2(trips <= quint64(3 * count), qPrintable(QString::number(trips)));
         QVERIFY2(trips <= quint64(2 * count + 10), qPrintable(QString::number(trips)));
@@ -607,14 +511,16 @@ private slots:
         DBusScriptingBackend backend;
         const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
         const KastrelDatabaseItem ghost(kastrel->scripting(), QStringLiteral("/ghost/1"), KastrelItemKind::Note);
-        const QString failure = failureOf([&] { ghost.name(); });
+        const QString failure = scriptingFailureOf([&] { ghost.name(); });
         QVERIFY2(failure.contains(QLatin1String("Properties")) && failure.contains(QLatin1String("/ghost/1"))
                      && failure.contains(Kastrel4) && failure.contains(QLatin1String("UnknownObject")),
                  qPrintable(failure));
-        const QString countFailure = failureOf([&] { ghost.tags().count(); });
+        const QString countFailure = scriptingFailureOf([&] { ghost.tags().count(); });
         QVERIFY2(countFailure.contains(QLatin1String("Count")) && countFailure.contains(QLatin1String("\"tags\"")),
                  qPrintable(countFailure));
-        QVERIFY(failureOf([&] { kastrel->exportTo({ghost}, QDir::tempPath()); }).contains(QLatin1String("Export")));
+        QVERIFY(scriptingFailureOf([&] {
+                    kastrel->exportTo({ghost}, QDir::tempPath());
+                }).contains(QLatin1String("Export")));
     }
 
     void repliesOfTheWrongTypeFail_data()
@@ -648,7 +554,7 @@ private slots:
         DBusScriptingBackend backend;
         const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
         const KastrelDatabaseItem note(kastrel->scripting(), QStringLiteral("/i/0"), KastrelItemKind::Note);
-        const QString failure = failureOf([&] {
+        const QString failure = scriptingFailureOf([&] {
             if (member == QLatin1String("Count"))
                 kastrel->noteItems().count();
             else if (member == QLatin1String("Elements"))
@@ -674,12 +580,13 @@ private slots:
         DBusScriptingBackend backend;
         const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
         const KastrelDatabaseItem note = kastrel->noteItems().get().value(0);
-        QVERIFY(failureOf([&] { note.name(); }).contains(QLatin1String("\"name\" of /i/0")));
-        QVERIFY(!failureOf([&] { note.creationDate(); }).isNull());
-        QVERIFY(!failureOf([&] { note.label(); }).isNull());
-        QVERIFY(!failureOf([&] { note.encrypted(); }).isNull());
-        QVERIFY(!failureOf([&] { note.comments(); }).isNull());
-        QVERIFY(!failureOf([&] { kastrel->tagCollections().get().value(0).tagCollectionBehavior(); }).isNull());
+        QVERIFY(scriptingFailureOf([&] { note.name(); }).contains(QLatin1String("\"name\" of /i/0")));
+        QVERIFY(!scriptingFailureOf([&] { note.creationDate(); }).isNull());
+        QVERIFY(!scriptingFailureOf([&] { note.label(); }).isNull());
+        QVERIFY(!scriptingFailureOf([&] { note.encrypted(); }).isNull());
+        QVERIFY(!scriptingFailureOf([&] { note.comments(); }).isNull());
+        QVERIFY(
+            !scriptingFailureOf([&] { kastrel->tagCollections().get().value(0).tagCollectionBehavior(); }).isNull());
     }
 
     void vanishedApplicationFails()
@@ -690,9 +597,9 @@ private slots:
         const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
         const QList<KastrelDatabaseItem> notes = kastrel->noteItems().get();
         host->quit();
-        const QString failure = failureOf([&] { kastrel->exportTo(notes, QDir::tempPath()); });
+        const QString failure = scriptingFailureOf([&] { kastrel->exportTo(notes, QDir::tempPath()); });
         QVERIFY2(failure.contains(Kastrel4) && failure.contains(QLatin1String("ServiceUnknown")), qPrintable(failure));
-        QVERIFY(!failureOf([&] { kastrel->labels().count(); }).isNull());
+        QVERIFY(!scriptingFailureOf([&] { kastrel->labels().count(); }).isNull());
         QVERIFY(!KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4));
     }
 
@@ -737,12 +644,12 @@ private slots:
             QMutexLocker lock(&host.peer.mutex);
             host.peer.properties.insert(QStringLiteral("/"), {{QStringLiteral("version"), 35}});
         }
-        QVERIFY(failureOf([&] { nortavel->version(); }).contains(QLatin1String("version")));
+        QVERIFY(scriptingFailureOf([&] { nortavel->version(); }).contains(QLatin1String("version")));
         {
             QMutexLocker lock(&host.peer.mutex);
             host.peer.replacements.insert(QStringLiteral("Activate"), {true});
         }
-        QVERIFY(failureOf([&] { nortavel->activate(); }).contains(QLatin1String("Activate")));
+        QVERIFY(scriptingFailureOf([&] { nortavel->activate(); }).contains(QLatin1String("Activate")));
     }
 
     void worksFromAWorkerThread()
@@ -753,7 +660,7 @@ private slots:
         QStringList names;
         QString failure;
         std::unique_ptr<QThread> worker(QThread::create([&] {
-            failure = failureOf([&] {
+            failure = scriptingFailureOf([&] {
                 const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
                 for (const KastrelLabel &label : kastrel->labels().get())
                     names.append(label.name());
@@ -771,13 +678,12 @@ private slots:
         const QString program = standInPath(QStringLiteral("kastrel-standin"));
         if (!QFileInfo(program).isExecutable())
             QSKIP("the source stand-in is not built");
-        QTemporaryDir library;
-        writeStandInLibrary(library.path());
+        const QString library = standInLibrary();
         QCOMPARE(runToCompletion(program,
-                                 {QStringLiteral("install"), QStringLiteral("--library"), library.path(),
+                                 {QStringLiteral("install"), QStringLiteral("--library"), library,
                                   QStringLiteral("--version"), QStringLiteral("2.1.3")}),
                  0);
-        reloadBusConfiguration();
+        reloadSessionBusConfiguration();
 
         QVERIFY(!ApplicationLocator::absolutePathForAppBundleWithIdentifier(Kastrel4).isNull());
         QDBusConnection bus = QDBusConnection::sessionBus();
@@ -821,7 +727,7 @@ private slots:
             members.append(member.id());
         QCOMPARE(members, (QStringList {QStringLiteral("N1"), QStringLiteral("I1")}));
         QVERIFY(groups[1].databaseItems().get().isEmpty());
-        QVERIFY(!failureOf([&] { groups[0].items().get(); }).isNull());
+        QVERIFY(!scriptingFailureOf([&] { groups[0].items().get(); }).isNull());
 
         const QList<KastrelDatabaseItem> notes = kastrel->noteItems().get();
         QCOMPARE(kastrel->noteItems().count(), 2u);
@@ -875,15 +781,15 @@ private slots:
         QVERIFY(again != written && QFileInfo::exists(again));
         QVERIFY(kastrel->exportTo(kastrel->webArchiveItems().get(), folder.path()).isNull());
         QVERIFY(kastrel->exportTo({bookmark}, folder.path()).isNull());
-        QVERIFY(!failureOf([&] { kastrel->exportTo(notes, folder.path()); }).isNull());
+        QVERIFY(!scriptingFailureOf([&] { kastrel->exportTo(notes, folder.path()); }).isNull());
 
         // An object that is not (or no longer) there.
         const KastrelDatabaseItem vanished(kastrel->scripting(), QStringLiteral("/items/999"), KastrelItemKind::Note);
-        const QString failure = failureOf([&] { vanished.name(); });
+        const QString failure = scriptingFailureOf([&] { vanished.name(); });
         QVERIFY2(failure.contains(QLatin1String("/items/999")) && failure.contains(QLatin1String("UnknownObject")),
                  qPrintable(failure));
-        QVERIFY(!failureOf([&] { vanished.tags().get(); }).isNull());
-        QVERIFY(!failureOf([&] { kastrel->exportTo({vanished}, folder.path()); }).isNull());
+        QVERIFY(!scriptingFailureOf([&] { vanished.tags().get(); }).isNull());
+        QVERIFY(!scriptingFailureOf([&] { kastrel->exportTo({vanished}, folder.path()); }).isNull());
     }
 
     void standInOfMajorVersionOneListsItems()
@@ -891,11 +797,10 @@ private slots:
         const QString program = standInPath(QStringLiteral("kastrel-standin"));
         if (!QFileInfo(program).isExecutable())
             QSKIP("the source stand-in is not built");
-        QTemporaryDir library;
-        writeStandInLibrary(library.path());
+        const QString library = standInLibrary();
         const QString identifier = QStringLiteral("com.fendwick.kastrel");
         ServingStandIn standIn(program,
-                               {QStringLiteral("serve"), QStringLiteral("--library"), library.path(),
+                               {QStringLiteral("serve"), QStringLiteral("--library"), library,
                                 QStringLiteral("--identifier"), identifier, QStringLiteral("--version"),
                                 QStringLiteral("1.6")},
                                identifier);
@@ -907,7 +812,7 @@ private slots:
         const KastrelFolderCollection group = kastrel->folderCollections().get().value(0);
         QCOMPARE(group.items().count(), 2u);
         QCOMPARE(group.items().get().value(1).id(), QStringLiteral("I1"));
-        QVERIFY(!failureOf([&] { group.databaseItems().get(); }).isNull());
+        QVERIFY(!scriptingFailureOf([&] { group.databaseItems().get(); }).isNull());
         for (const KastrelTagCollection &collection : kastrel->tagCollections().get())
             QCOMPARE(collection.tagCollectionBehavior(), std::nullopt);
     }
@@ -917,13 +822,12 @@ private slots:
         const QString program = standInPath(QStringLiteral("kastrel-standin"));
         if (!QFileInfo(program).isExecutable())
             QSKIP("the source stand-in is not built");
-        QTemporaryDir library;
-        writeStandInLibrary(library.path());
+        const QString library = standInLibrary();
         const QString identifier = QStringLiteral("com.fendwick.kastrel.unversioned");
-        ServingStandIn standIn(program,
-                               {QStringLiteral("serve"), QStringLiteral("--library"), library.path(),
-                                QStringLiteral("--identifier"), identifier},
-                               identifier);
+        ServingStandIn standIn(
+            program,
+            {QStringLiteral("serve"), QStringLiteral("--library"), library, QStringLiteral("--identifier"), identifier},
+            identifier);
         QVERIFY(standIn.isReady());
         DBusScriptingBackend backend;
         const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, identifier);
@@ -936,9 +840,9 @@ private slots:
         if (!QFileInfo(program).isExecutable())
             QSKIP("the source stand-in is not built");
         QTemporaryDir library;
-        writeBytes(library.path() + QStringLiteral("/library.json"),
-                   QByteArrayLiteral("{\"items\": [{\"kind\": \"serialNumber\", \"id\": \"S1\", \"name\": \"Key\","
-                                     " \"text\": \"x\", \"export\": \"quits\"}]}"));
+        writeTestFile(library.path() + QStringLiteral("/library.json"),
+                      QByteArrayLiteral("{\"items\": [{\"kind\": \"serialNumber\", \"id\": \"S1\", \"name\": \"Key\","
+                                        " \"text\": \"x\", \"export\": \"quits\"}]}"));
         const QString identifier = QStringLiteral("com.fendwick.kastrel.quitting");
         ServingStandIn standIn(program,
                                {QStringLiteral("serve"), QStringLiteral("--library"), library.path(),
@@ -951,10 +855,10 @@ private slots:
         const QList<KastrelDatabaseItem> items = kastrel->serialNumberItems().get();
         QCOMPARE(items.size(), 1);
         QTemporaryDir folder;
-        const QString failure = failureOf([&] { kastrel->exportTo(items, folder.path()); });
+        const QString failure = scriptingFailureOf([&] { kastrel->exportTo(items, folder.path()); });
         QVERIFY2(failure.contains(QLatin1String("Export")) && failure.contains(identifier), qPrintable(failure));
         QVERIFY(standIn.process().waitForFinished(-1));
-        QVERIFY(!failureOf([&] { kastrel->serialNumberItems().count(); }).isNull());
+        QVERIFY(!scriptingFailureOf([&] { kastrel->serialNumberItems().count(); }).isNull());
         QVERIFY(!KastrelApplication::applicationWithBundleIdentifier(backend, identifier));
     }
 
@@ -981,7 +885,7 @@ private slots:
                              {QStringLiteral("label"), QStringLiteral("L%1").arg(i % 3)},
                              {QStringLiteral("tags"),
                               QJsonArray {QStringLiteral("t%1").arg(i % 5), QStringLiteral("t%1").arg(i % 7)}}});
-        writeBytes(
+        writeTestFile(
             library.path() + QStringLiteral("/library.json"),
             QJsonDocument(QJsonObject {{QStringLiteral("labels"), labels}, {QStringLiteral("items"), items}}).toJson());
         const QString identifier = QStringLiteral("com.fendwick.kastrel.budget");
@@ -998,21 +902,7 @@ private slots:
         for (const KastrelLabel &label : kastrel->labels().get())
             label.color();
         QCOMPARE(kastrel->noteItems().count(), quint32(count));
-        for (const KastrelDatabaseItem &item : kastrel->noteItems().get()) {
-            item.name();
-            QVERIFY(!kastrel->exportTo({item}, folder.path()).isNull());
-            item.id();
-            item.comments();
-            item.creationDate();
-            item.modificationDate();
-            if (item.respondsToEncrypted())
-                item.encrypted();
-            item.respondsToPassword();
-            for (const KastrelTag &tag : item.tags().get())
-                tag.name();
-            QVERIFY(item.label());
-            item.label()->id();
-        }
+        QCOMPARE(exportNotesAsTheItemStageDoes(*kastrel, folder.path()), count);
         const quint64 trips = backend.roundTripCount() - before;
         QVERIFY2(trips <= quint64(3 * count), qPrintable(QString::number(trips)));
     }
@@ -1040,10 +930,10 @@ private slots:
                               options);
         QCOMPARE(nortavel->version(), QStringLiteral("3.5.1"));
         // Arguments outside the command's rules are D-Bus errors.
-        QVERIFY(failureOf([&] {
+        QVERIFY(scriptingFailureOf([&] {
                     nortavel->importFiles({QStringLiteral("relative.nvlibxml")}, KSNortavelImportMethodCopy, options);
                 }).contains(QLatin1String("ImportFiles")));
-        QVERIFY(!failureOf([&] {
+        QVERIFY(!scriptingFailureOf([&] {
                      nortavel->importFiles({data.filePath(QStringLiteral("x.nvlibxml"))}, KSFourCharCode("Tfmv"),
                                            options);
                  }).isNull());

@@ -1,6 +1,7 @@
 // The in-memory applications the engine's tests drive, read through the engine's own
 // scripting classes: what they answer, what they refuse, and what they count.
 #include "InMemoryScripting.h"
+#include "ScriptingTestHelpers.h"
 #include "engine/KSFourCharCode.h"
 #include "engine/KSScriptingException.h"
 #include "engine/KastrelApplication.h"
@@ -15,17 +16,6 @@ namespace {
 
 const QString Kastrel4 = QStringLiteral("com.fendwick.kastrel4");
 const QString Nortavel = QStringLiteral("com.orvantis.Nortavel3");
-
-// Runs `read` and answers the reason of the scripting exception it throws, or a null string.
-template<typename Read> QString failureOf(Read read)
-{
-    try {
-        read();
-    } catch (const KSScriptingException &exception) {
-        return exception.reason();
-    }
-    return QString();
-}
 
 } // namespace
 
@@ -69,9 +59,9 @@ private slots:
         QVERIFY(kastrel && nortavel);
         scripting.quit(Kastrel4);
         scripting.quit(Nortavel);
-        QVERIFY(failureOf([&] { kastrel->version(); }).contains(Kastrel4));
-        QVERIFY(!failureOf([&] { kastrel->noteItems().count(); }).isNull());
-        QVERIFY(!failureOf([&] { nortavel->activate(); }).isNull());
+        QVERIFY(scriptingFailureOf([&] { kastrel->version(); }).contains(Kastrel4));
+        QVERIFY(!scriptingFailureOf([&] { kastrel->noteItems().count(); }).isNull());
+        QVERIFY(!scriptingFailureOf([&] { nortavel->activate(); }).isNull());
         QVERIFY(!KastrelApplication::applicationWithBundleIdentifier(scripting, Kastrel4));
     }
 
@@ -201,7 +191,7 @@ private slots:
         QCOMPARE(kastrel->webArchiveItems().get().value(0).kind(), KastrelItemKind::WebArchive);
         QCOMPARE(kastrel->webArchiveItems().count(), 1u);
         QCOMPARE(kastrel->itemsOfKind(KastrelItemKind::Note).elementName(), QStringLiteral("noteItems"));
-        QVERIFY(!failureOf([&] { kastrel->itemsOfKind(KastrelItemKind::Unspecified); }).isNull());
+        QVERIFY(!scriptingFailureOf([&] { kastrel->itemsOfKind(KastrelItemKind::Unspecified); }).isNull());
     }
 
     void emptySourceGivesEmptyLists()
@@ -244,9 +234,10 @@ private slots:
 
         const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(scripting, Kastrel4);
         const KastrelFolderCollection collection = kastrel->folderCollections().get().value(0);
-        const QString itemsFailure = failureOf([&] { QCOMPARE(collection.items().get().size(), 1); });
+        const QString itemsFailure = scriptingFailureOf([&] { QCOMPARE(collection.items().get().size(), 1); });
         QCOMPARE(itemsFailure.isNull(), listsItems);
-        const QString databaseItemsFailure = failureOf([&] { QCOMPARE(collection.databaseItems().count(), 1u); });
+        const QString databaseItemsFailure
+            = scriptingFailureOf([&] { QCOMPARE(collection.databaseItems().count(), 1u); });
         QCOMPARE(databaseItemsFailure.isNull(), listsDatabaseItems);
         if (!listsItems)
             QVERIFY2(itemsFailure.contains(QLatin1String("\"items\"")), qPrintable(itemsFailure));
@@ -271,18 +262,19 @@ private slots:
 
         const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(scripting, Kastrel4);
         const KastrelDatabaseItem note(kastrel->scripting(), item, KastrelItemKind::Note);
-        const QString nameFailure = failureOf([&] { note.name(); });
+        const QString nameFailure = scriptingFailureOf([&] { note.name(); });
         QVERIFY2(nameFailure.contains(QLatin1String("\"name\"")) && nameFailure.contains(item)
                      && nameFailure.contains(Kastrel4) && nameFailure.contains(QLatin1String("an integer")),
                  qPrintable(nameFailure));
-        QVERIFY(failureOf([&] { note.creationDate(); }).contains(QLatin1String("creationDate")));
-        QVERIFY(failureOf([&] { note.modificationDate(); }).contains(QLatin1String("modificationDate")));
-        QVERIFY(failureOf([&] { note.encrypted(); }).contains(QLatin1String("encrypted")));
+        QVERIFY(scriptingFailureOf([&] { note.creationDate(); }).contains(QLatin1String("creationDate")));
+        QVERIFY(scriptingFailureOf([&] { note.modificationDate(); }).contains(QLatin1String("modificationDate")));
+        QVERIFY(scriptingFailureOf([&] { note.encrypted(); }).contains(QLatin1String("encrypted")));
         QVERIFY(note.respondsToEncrypted());
-        QVERIFY(failureOf([&] { note.label(); }).contains(QLatin1String("label")));
-        QVERIFY(failureOf([&] { kastrel->version(); }).contains(QLatin1String("version")));
+        QVERIFY(scriptingFailureOf([&] { note.label(); }).contains(QLatin1String("label")));
+        QVERIFY(scriptingFailureOf([&] { kastrel->version(); }).contains(QLatin1String("version")));
         const KastrelTagCollection tags(kastrel->scripting(), collection);
-        QVERIFY(failureOf([&] { tags.tagCollectionBehavior(); }).contains(QLatin1String("tagCollectionBehavior")));
+        QVERIFY(
+            scriptingFailureOf([&] { tags.tagCollectionBehavior(); }).contains(QLatin1String("tagCollectionBehavior")));
     }
 
     void vanishedObjectsFail()
@@ -303,15 +295,15 @@ private slots:
                 source.removeObject(second);
         });
         QCOMPARE(notes[0].name(), QStringLiteral("A"));
-        const QString failure = failureOf([&] { notes[1].name(); });
+        const QString failure = scriptingFailureOf([&] { notes[1].name(); });
         QVERIFY2(failure.contains(second), qPrintable(failure));
 
         // A label that vanished fails when it is read, not when it is resolved.
         source.removeObject(label);
         const std::optional<KastrelLabel> resolved = notes[0].label();
         QVERIFY(resolved);
-        QVERIFY(!failureOf([&] { resolved->id(); }).isNull());
-        QVERIFY(!failureOf([&] { kastrel->exportTo({notes[1]}, QDir::tempPath()); }).isNull());
+        QVERIFY(!scriptingFailureOf([&] { resolved->id(); }).isNull());
+        QVERIFY(!scriptingFailureOf([&] { kastrel->exportTo({notes[1]}, QDir::tempPath()); }).isNull());
     }
 
     void exportWritesTheFileOrAnswersNothing()
@@ -340,10 +332,11 @@ private slots:
         QCOMPARE(scripting.exportCount(), 3);
         QCOMPARE(scripting.exportedItems(), (QStringList {note, image, broken}));
 
-        QVERIFY(!failureOf([&] { kastrel->exportTo(images, folder.path()); }).isNull());
-        QVERIFY(!failureOf([&] { kastrel->exportTo({}, folder.path()); }).isNull());
-        QVERIFY(
-            !failureOf([&] { kastrel->exportTo({images[0]}, folder.filePath(QStringLiteral("missing"))); }).isNull());
+        QVERIFY(!scriptingFailureOf([&] { kastrel->exportTo(images, folder.path()); }).isNull());
+        QVERIFY(!scriptingFailureOf([&] { kastrel->exportTo({}, folder.path()); }).isNull());
+        QVERIFY(!scriptingFailureOf([&] {
+                     kastrel->exportTo({images[0]}, folder.filePath(QStringLiteral("missing")));
+                 }).isNull());
     }
 
     void countsWhatWasAsked()
@@ -434,7 +427,7 @@ private slots:
         scripting.addNortavel(Nortavel, QStringLiteral("3.5"));
         const auto wrong = KastrelApplication::applicationWithBundleIdentifier(scripting, Nortavel);
         QVERIFY(wrong);
-        QVERIFY(!failureOf([&] { wrong->version(); }).isNull());
+        QVERIFY(!scriptingFailureOf([&] { wrong->version(); }).isNull());
     }
 
     void objectsThatReferToNothingFail()
@@ -442,14 +435,14 @@ private slots:
         const KastrelDatabaseItem item;
         QVERIFY(item.isNull());
         QCOMPARE(item.kind(), KastrelItemKind::Unspecified);
-        QVERIFY(!failureOf([&] { item.name(); }).isNull());
-        QVERIFY(!failureOf([&] { item.tags().count(); }).isNull());
+        QVERIFY(!scriptingFailureOf([&] { item.name(); }).isNull());
+        QVERIFY(!scriptingFailureOf([&] { item.tags().count(); }).isNull());
         const KastrelApplication application;
         QVERIFY(application.isNull());
         QVERIFY(application.bundleIdentifier().isNull());
-        QVERIFY(!failureOf([&] { application.version(); }).isNull());
-        QVERIFY(!failureOf([&] { application.labels().get(); }).isNull());
-        QVERIFY(!failureOf([&] { application.exportTo({item}, QDir::tempPath()); }).isNull());
+        QVERIFY(!scriptingFailureOf([&] { application.version(); }).isNull());
+        QVERIFY(!scriptingFailureOf([&] { application.labels().get(); }).isNull());
+        QVERIFY(!scriptingFailureOf([&] { application.exportTo({item}, QDir::tempPath()); }).isNull());
     }
 
     void worksFromAWorkerThread()
