@@ -889,11 +889,28 @@ OVPlist OVPlistSerialization::propertyListWithDevice(QIODevice *device, Format *
         fail(error, FileReadError, "The property list could not be read.");
         return OVPlist();
     }
-    if (!device->isSequential() && device->size() - device->pos() > qint64(std::numeric_limits<uint32_t>::max())) {
-        fail(error, ReadTooLargeError, "The property list is too large to be read.");
-        return OVPlist();
+    const qint64 limit = qint64(std::numeric_limits<uint32_t>::max());
+    if (!device->isSequential()) {
+        if (device->size() - device->pos() > limit) {
+            fail(error, ReadTooLargeError, "The property list is too large to be read.");
+            return OVPlist();
+        }
+        return propertyListWithData(device->readAll(), format, error);
     }
-    return propertyListWithData(device->readAll(), format, error);
+    // A stream of unknown length: what it holds now (as readAll() would take), in pieces and
+    // never past what could be parsed.
+    QByteArray data;
+    for (;;) {
+        const QByteArray piece = device->read(1 << 20);
+        if (piece.isEmpty())
+            break;
+        data.append(piece);
+        if (data.size() > limit) {
+            fail(error, ReadTooLargeError, "The property list is too large to be read.");
+            return OVPlist();
+        }
+    }
+    return propertyListWithData(data, format, error);
 }
 
 OVPlist OVPlistSerialization::propertyListWithContentsOfFile(const QString &path, Format *format, OVError *error)

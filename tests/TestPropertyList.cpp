@@ -401,6 +401,15 @@ private slots:
         QVERIFY(OVPlistSerialization::writePropertyList(everyKind(), &buffer, Format::Binary));
         buffer.seek(0);
         QCOMPARE(OVPlistSerialization::propertyListWithDevice(&buffer), everyKind());
+        // A sequential device, read in pieces.
+        QProcess cat;
+        cat.start(QStringLiteral("cat"), {});
+        QVERIFY(cat.waitForStarted());
+        cat.write(OVPlistSerialization::dataWithPropertyList(everyKind(), Format::Xml));
+        cat.closeWriteChannel();
+        QVERIFY(cat.waitForFinished());
+        QVERIFY(cat.isSequential());
+        QCOMPARE(OVPlistSerialization::propertyListWithDevice(&cat), everyKind());
         QBuffer closed;
         OVError error;
         QVERIFY(!OVPlistSerialization::writePropertyList(everyKind(), &closed, Format::Xml, &error));
