@@ -421,6 +421,12 @@ private slots:
             << Damage([](ExportFolder &f) { QFile::remove(f.itemPath("Images/Photo.png")); }) << "Item"
             << "I-photo"
             << "absoluteFilename";
+        QTest::newRow("item file outside the export folder") << Damage([](ExportFolder &f) {
+            f.table("Item")[QStringLiteral("I-photo")].insert(QStringLiteral("absoluteFilename"),
+                                                              QDir::homePath() + QStringLiteral("/Photo.png"));
+        }) << "Item"
+                                                             << "I-photo"
+                                                             << "absoluteFilename";
         QTest::newRow("file name is not the path's") << Damage([](ExportFolder &f) {
             f.table("Item")[QStringLiteral("I-photo")].insert(QStringLiteral("filename"), QStringLiteral("Other.png"));
         }) << "Item"
@@ -546,6 +552,8 @@ private slots:
     {
         QTemporaryDir folder;
         ExportFolder exportFolder(folder.filePath(QStringLiteral("Kastrel")));
+        // A link inside a package that points back up would be a loop if it were followed.
+        QVERIFY(QFile::link(QStringLiteral(".."), exportFolder.itemPath("Notes/Agenda.nvnote/loop")));
         QVERIFY(exportFolder.write());
         const QString data = folder.filePath(QStringLiteral("data"));
         Target target;
@@ -578,6 +586,8 @@ private slots:
         const QDir imported(entry.value(QStringLiteral("libraryFolder")).toString());
         QCOMPARE(imported.path(), data + QStringLiteral("/Library/Import 1"));
         QVERIFY(QFileInfo(imported.filePath(QStringLiteral("Items/Notes/Agenda.nvnote/TXT.rtf"))).isFile());
+        QCOMPARE(QFileInfo(imported.filePath(QStringLiteral("Items/Notes/Agenda.nvnote/loop"))).symLinkTarget(),
+                 imported.filePath(QStringLiteral("Items/Notes")));
         QVERIFY(QFileInfo::exists(imported.filePath(QStringLiteral("Items/Web Pages/Archive.webarchive"))));
         QVERIFY(QFileInfo::exists(imported.filePath(QStringLiteral("Kastrel.nvlibxml"))));
         QCOMPARE(entry.value(QStringLiteral("files")).toObject().value(QStringLiteral("I-photo")).toString(),

@@ -1,7 +1,8 @@
 #include "standins/kastrel/KastrelItemExporter.h"
 
+#include "standins/common/StandinFiles.h"
+
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
@@ -40,27 +41,6 @@ QString freeFileName(const QDir &folder, const QString &base, const QString &ext
         if (!QFileInfo::exists(folder.filePath(name)) && !QFileInfo(folder.filePath(name)).isSymLink())
             return name;
     }
-}
-
-bool copyTree(const QString &source, const QString &destination, QString *error)
-{
-    const QFileInfo info(source);
-    if (!info.isDir()) {
-        if (!QFile::copy(source, destination))
-            return setError(error, QStringLiteral("cannot copy %1 to %2").arg(source, destination));
-        // A copy keeps the source's permissions; an exported file is the user's to change.
-        QFile(destination).setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther);
-        return true;
-    }
-    if (!QDir().mkdir(destination))
-        return setError(error, QStringLiteral("cannot create %1").arg(destination));
-    QDirIterator it(source, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
-    while (it.hasNext()) {
-        it.next();
-        if (!copyTree(it.filePath(), QDir(destination).filePath(it.fileName()), error))
-            return false;
-    }
-    return true;
 }
 
 bool writeFile(const QString &path, const QByteArray &bytes, QString *error)
@@ -132,7 +112,7 @@ QString exportItem(const KastrelItem &item, const QString &folder, QString *erro
         const QString extension
             = source.isDir() && source.suffix().isEmpty() ? QStringLiteral("rtfd") : source.suffix();
         const QString path = directory.filePath(freeFileName(directory, base, extension));
-        if (!copyTree(item.file, path, error)) {
+        if (!StandinFiles::copyTree(item.file, path, error)) {
             QDir(path).removeRecursively();
             QFile::remove(path);
             return QString();

@@ -2,9 +2,9 @@
 
 #include "formats/NVItemType.h"
 #include "foundation/OVPlistSerialization.h"
+#include "standins/common/StandinFiles.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
@@ -18,21 +18,6 @@ QJsonArray problemsToJson(const QList<NortavelLibraryProblem> &problems)
     for (const NortavelLibraryProblem &problem : problems)
         array << problem.toJson();
     return array;
-}
-
-bool copyTree(const QString &source, const QString &destination)
-{
-    if (!QFileInfo(source).isDir())
-        return QFile::copy(source, destination);
-    if (!QDir().mkpath(destination))
-        return false;
-    QDirIterator it(source, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
-    while (it.hasNext()) {
-        it.next();
-        if (!copyTree(it.filePath(), QDir(destination).filePath(it.fileName())))
-            return false;
-    }
-    return true;
 }
 
 // "name.ext", then "name 2.ext", ... inside `folder`.
@@ -130,7 +115,7 @@ bool NortavelLibraryImporter::importLibraryFile(const QString &path)
         QDir().mkpath(kindFolder.path());
         const QString source = it.value().value(QStringLiteral("absoluteFilename")).toString();
         const QString destination = freePath(kindFolder, it.value().value(QStringLiteral("filename")).toString());
-        if (!copyTree(source, destination))
+        if (!StandinFiles::copyTree(source, destination))
             return fail(QStringLiteral("cannot copy \"%1\" of item \"%2\"").arg(source, it.key()));
         kinds.insert(kind, kinds.value(kind).toInt() + 1);
         storedFiles.insert(it.key(), QDir(staging).relativeFilePath(destination));

@@ -181,6 +181,7 @@ bool NortavelLibraryValidator::validate(const QByteArray &data)
 
 bool NortavelLibraryValidator::validate(const OVPlist &library)
 {
+    m_exportFolder.clear();
     m_problems.clear();
     m_warnings.clear();
     m_omittedProblems = 0;
@@ -238,6 +239,9 @@ void NortavelLibraryValidator::checkTopLevel(const OVPlist &library)
 
     const QString removeKey = QStringLiteral("RemoveFileOnCompletion");
     const OVPlist remove = library.value(removeKey);
+    if (remove.isString() && QFileInfo(remove.toString()).isAbsolute()
+        && QDir::cleanPath(remove.toString()) != QLatin1String("/"))
+        m_exportFolder = QDir::cleanPath(remove.toString());
     if (!remove.isValid()) {
         problem(QString(), QString(), removeKey, QStringLiteral("missing"));
     } else if (!remove.isString()) {
@@ -369,7 +373,12 @@ void NortavelLibraryValidator::checkItemFile(const QString &identifier, const OV
         problem(table, identifier, QStringLiteral("name"),
                 QStringLiteral("\"%1\" is not the file name \"%2\" without its extension")
                     .arg(name.toString(), filename.toString()));
-    if (m_checksFiles && !QFileInfo::exists(path))
+    // Items travel inside the export folder; a path elsewhere would have the target copy
+    // (and the exporter later delete) something that is not the export's.
+    if (!m_exportFolder.isEmpty() && !QDir::cleanPath(path).startsWith(m_exportFolder + QLatin1Char('/')))
+        problem(table, identifier, QStringLiteral("absoluteFilename"),
+                QStringLiteral("\"%1\" lies outside the export folder \"%2\"").arg(path, m_exportFolder));
+    if (m_checksFiles && !QFileInfo::exists(path) && !QFileInfo(path).isSymLink())
         problem(table, identifier, QStringLiteral("absoluteFilename"), QStringLiteral("no file at \"%1\"").arg(path));
 }
 

@@ -59,6 +59,7 @@ private:
     void checkKeyedArchiveOfString(const QString &identifier, const OVPlist &data);
 
     QString m_libraryFilePath;
+    QString m_exportFolder; // from "RemoveFileOnCompletion", when it names one
     bool m_checksFiles = true;
     QList<NortavelLibraryProblem> m_problems;
     QList<NortavelLibraryProblem> m_warnings;
