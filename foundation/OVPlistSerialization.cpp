@@ -17,6 +17,7 @@
 #include <QVarLengthArray>
 #include <clocale>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <locale.h>
@@ -447,14 +448,16 @@ private:
 
 // ---- XML writer -------------------------------------------------------------------------------
 
+// "%.17g" as CoreFoundation prints it; the caller holds the C numeric locale.
 QByteArray realText(double value)
 {
     if (std::isnan(value))
         return QByteArrayLiteral("nan");
     if (std::isinf(value))
         return value > 0 ? QByteArrayLiteral("+infinity") : QByteArrayLiteral("-infinity");
-    // QByteArray::number ignores the C locale, so a comma locale cannot leak in.
-    return QByteArray::number(value, 'g', 17);
+    char text[40];
+    const int length = std::snprintf(text, sizeof text, "%.17g", value);
+    return QByteArray(text, length);
 }
 
 QByteArray integerText(const OVPlist &value)
@@ -468,6 +471,7 @@ class XmlWriter
 public:
     bool write(const OVPlist &root, QByteArray &out, OVError *error)
     {
+        const CNumericLocale cLocale; // "%.17g" must print a point whatever LC_NUMERIC says
         m_out = &out;
         out.append("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
                    "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "

@@ -34,6 +34,7 @@ OVPlist everyKind()
     root.insert(QStringLiteral("real"), 0.9);
     root.insert(QStringLiteral("whole real"), 1.0);
     root.insert(QStringLiteral("tiny real"), -1.5e-300);
+    root.insert(QStringLiteral("negative zero"), -0.0);
     root.insert(QStringLiteral("true"), true);
     root.insert(QStringLiteral("false"), false);
     root.insert(QStringLiteral("date"), utc(2026, 11, 15, 23, 27, 53));
@@ -197,6 +198,18 @@ private slots:
         OVError error;
         const QByteArray written = OVPlistSerialization::dataWithPropertyList(root, Format::Xml, &error);
         QCOMPARE(written, expected);
+    }
+
+    void xmlRealsArePrintedLikePrintf()
+    {
+        // %.17g rounds an exact halfway expansion to even, and keeps the sign of zero.
+        const OVPlist reals(OVPlist::Array {-105996628471306.625, -0.0, 1e-5, 1e21, 5e-324});
+        const QByteArray xml = OVPlistSerialization::dataWithPropertyList(reals, Format::Xml);
+        QVERIFY(xml.contains("<real>-105996628471306.62</real>"));
+        QVERIFY(xml.contains("<real>-0</real>"));
+        QVERIFY(xml.contains("<real>1.0000000000000001e-05</real>"));
+        QVERIFY(xml.contains("<real>1e+21</real>"));
+        QVERIFY(xml.contains("<real>4.9406564584124654e-324</real>"));
     }
 
     void xmlWritesUidsAsCFUIDDictionaries()
@@ -369,6 +382,8 @@ private slots:
         else
             qputenv("LOCPATH", previousPath);
         QVERIFY(xml.contains("<real>2.5</real>"));
+        QVERIFY(!xml.contains(','));
+        QVERIFY(!xml.contains(','));
         QVERIFY(xml.contains("<real>0.90000000000000002</real>"));
         QCOMPARE(back, root);
     }
