@@ -87,16 +87,18 @@ public:
 
     // Arrays
     OVPlist at(qsizetype index) const; // invalid when out of range or not an array
-    void append(const OVPlist &value); // turns an invalid value into an array
+    void append(const OVPlist &value); // turns an invalid value into an array; ignored on scalars
     OVPlist &operator[](qsizetype index); // index must be in range
 
     // Dictionaries
     bool contains(const QString &key) const;
     OVPlist value(const QString &key) const; // invalid when missing or not a dictionary
-    void insert(const QString &key, const OVPlist &value); // turns an invalid value into a dictionary
+    void insert(const QString &key,
+                const OVPlist &value); // turns an invalid value into a dictionary; ignored on others
     void remove(const QString &key);
     QStringList keys() const; // sorted
-    // Entry for in-place changes; inserts an invalid value when missing.
+    // Entry for in-place changes; inserts an invalid value when missing. Only for dictionaries
+    // and invalid values (which become dictionaries).
     OVPlist &operator[](const QString &key);
     // Entry for in-place changes, or nullptr when missing.
     OVPlist *find(const QString &key);
