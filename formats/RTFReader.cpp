@@ -1286,6 +1286,8 @@ void Parser::appendByte(char byte)
     default:
         break;
     }
+    if (static_cast<unsigned char>(byte) < 0x20 && byte != '\t')
+        return;
     if (static_cast<unsigned char>(byte) < 0x80 && m_pendingBytes.isEmpty()) {
         appendText(QString(QLatin1Char(byte)));
         return;
@@ -1301,13 +1303,18 @@ void Parser::flushBytes()
 {
     if (m_pendingBytes.isEmpty())
         return;
-    const QString text = RTFCodePages::decode(m_pendingBytes, m_pendingCodePage);
+    QString text = RTFCodePages::decode(m_pendingBytes, m_pendingCodePage);
     m_pendingBytes.clear();
+    // Some decoders stand in U+001A for bytes they cannot map; no control character is text.
+    text.removeIf([](QChar c) { return c.unicode() < 0x20 && c.unicode() != u'\t'; });
     appendText(text);
 }
 
 void Parser::appendCharacter(char16_t character)
 {
+    // Control characters other than the tab are no text (\u0, \u7 in damaged files).
+    if (character < 0x20 && character != u'\t')
+        return;
     flushBytes();
     appendText(QString(QChar(character)));
 }

@@ -195,6 +195,8 @@ private slots:
         QTest::newRow("surrogate pair") << QByteArray("\\u-10179 ?\\u-8704 ?") << QString::fromUtf8("😀");
         QTest::newRow("skip stops at group end") << QByteArray("{\\uc3\\u233 a}bc") << QString::fromUtf8("ébc");
         QTest::newRow("control word counts as one") << QByteArray("\\u233\\tab x") << QString::fromUtf8("éx");
+        QTest::newRow("control characters are dropped")
+            << QByteArray("\\u0 ?x\\'07y\\u9 ?z") << QStringLiteral("xy\tz");
         QTest::newRow("uc is group scoped") << QByteArray("{\\uc0 }\\u233 xy") << QString::fromUtf8("éy");
     }
 
