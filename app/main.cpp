@@ -1,23 +1,42 @@
-// Entry point of kastrel-importer. The windows and the export command come with the
-// application shell; until then the executable answers --version and --help only.
+// Entry point of kastrel-importer: the command line when its arguments ask for it (with no
+// display needed), the export window otherwise.
+#include "app/AppController.h"
 #include "app/AppVersion.h"
+#include "app/CommandLine.h"
 
+#include <QApplication>
 #include <QCoreApplication>
-#include <QTextStream>
+
+namespace {
+
+QStringList argumentList(int argc, char *argv[])
+{
+    QStringList arguments;
+    for (int index = 1; index < argc; ++index)
+        arguments.append(QString::fromLocal8Bit(argv[index]));
+    return arguments;
+}
+
+void nameApplication()
+{
+    QCoreApplication::setApplicationName(KastrelImporter::applicationName());
+    QCoreApplication::setApplicationVersion(KastrelImporter::applicationVersion());
+}
+
+} // namespace
 
 int main(int argc, char *argv[])
 {
-    QCoreApplication application(argc, argv);
-    QCoreApplication::setApplicationName(KastrelImporter::applicationName());
-    QCoreApplication::setApplicationVersion(KastrelImporter::applicationVersion());
-
-    QTextStream out(stdout);
-    const QStringList arguments = QCoreApplication::arguments().mid(1);
-    if (arguments.contains(QLatin1String("--version"))) {
-        out << QCoreApplication::applicationName() << ' ' << QCoreApplication::applicationVersion() << '\n';
-        return 0;
+    if (CommandLine::handles(argumentList(argc, argv))) {
+        QCoreApplication application(argc, argv);
+        nameApplication();
+        return CommandLine::run(QCoreApplication::arguments().mid(1));
     }
-    out << "Usage: kastrel-importer [--version]\n"
-           "The export window and the export command are not built yet.\n";
-    return arguments.contains(QLatin1String("--help")) ? 0 : 2;
+
+    QApplication application(argc, argv);
+    nameApplication();
+    AppController controller;
+    QApplication::setQuitOnLastWindowClosed(controller.applicationShouldTerminateAfterLastWindowClosed());
+    controller.applicationWillFinishLaunching();
+    return QApplication::exec();
 }

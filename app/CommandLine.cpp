@@ -1,0 +1,58 @@
+#include "app/CommandLine.h"
+
+#include "app/AppVersion.h"
+#include "app/CommandLineExport.h"
+#include "app/CommandLineOutput.h"
+
+namespace CommandLine {
+
+namespace {
+
+bool isHelp(const QString &argument)
+{
+    return argument == QLatin1String("--help") || argument == QLatin1String("-h") || argument == QLatin1String("help");
+}
+
+bool isVersion(const QString &argument)
+{
+    return argument == QLatin1String("--version") || argument == QLatin1String("-v");
+}
+
+} // namespace
+
+bool handles(const QStringList &arguments)
+{
+    if (arguments.isEmpty())
+        return false;
+    const QString &first = arguments.first();
+    return !first.startsWith(QLatin1Char('-')) || isHelp(first) || isVersion(first);
+}
+
+QString usage()
+{
+    return QStringLiteral("Usage: kastrel-importer                 open the export window\n"
+                          "       kastrel-importer export [--only KEYS] [--json]\n"
+                          "                                        export without a window (see export --help)\n"
+                          "       kastrel-importer --help | --version\n");
+}
+
+int run(const QStringList &arguments, std::shared_ptr<ScriptingBackend> backend)
+{
+    const QString command = arguments.value(0);
+    if (isHelp(command)) {
+        CommandLineOutput::writeOutput(usage());
+        return 0;
+    }
+    if (isVersion(command)) {
+        CommandLineOutput::writeOutput(KastrelImporter::applicationName() + QLatin1Char(' ')
+                                       + KastrelImporter::applicationVersion() + QLatin1Char('\n'));
+        return 0;
+    }
+    if (command == QLatin1String("export"))
+        return CommandLineExport(std::move(backend)).run(arguments.mid(1));
+    CommandLineOutput::writeError(QStringLiteral("kastrel-importer: unknown command \"%1\"\n").arg(command));
+    CommandLineOutput::writeError(usage());
+    return CommandLineExport::usageErrorStatus;
+}
+
+} // namespace CommandLine

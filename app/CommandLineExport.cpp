@@ -1,0 +1,137 @@
+#include "app/CommandLineExport.h"
+
+#include "app/CommandLineInterrupt.h"
+#include "app/CommandLineOutput.h"
+#include "app/CommandLineProgress.h"
+#include "app/CommandLineSummary.h"
+#include "app/KSImportOptions.h"
+#include "engine/KSImportOperation.h"
+
+#include <QDir>
+#include <QEventLoop>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QThread>
+
+namespace {
+
+QString validKeys()
+{
+    return KSImportOptions::allKeys().join(QLatin1Char(','));
+}
+
+int usageError(const QString &message)
+{
+    CommandLineOutput::writeError(QStringLiteral("kastrel-importer export: %1\n").arg(message));
+    CommandLineOutput::writeError(CommandLineExport::usage());
+    return CommandLineExport::usageErrorStatus;
+}
+
+} // namespace
+
+CommandLineExport::CommandLineExport(std::shared_ptr<ScriptingBackend> backend)
+    : m_backend(std::move(backend))
+{ }
+
+QString CommandLineExport::usage()
+{
+    return QStringLiteral("Usage: kastrel-importer export [--only KEYS] [--json]\n"
+                          "\n"
+                          "Exports the Kastrel library into Nortavel 3, both reached on the D-Bus session bus.\n"
+                          "\n"
+                          "  --only KEYS  export only these kinds, comma-separated, of:\n"
+                          "               %1\n"
+                          "               (all of them by default)\n"
+                          "  --json       print a summary of the run as JSON on standard output\n"
+                          "  --help       show this help\n"
+                          "\n"
+                          "Progress and errors (\"error CODE: TEXT\") go to standard error. Ctrl-C cancels the\n"
+                          "export; a second Ctrl-C stops at once.\n"
+                          "Exit status: 0 ended without error, 1 an error was reported, 2 cancelled, 64 wrong usage.\n")
+        .arg(validKeys());
+}
+
+std::optional<QVariantMap> CommandLineExport::importOptionsForKeys(const QString &keys, QString *error)
+{
+    QVariantMap options = KSImportOptions::allOptions(false);
+    const QStringList given = keys.split(QLatin1Char(','));
+    for (const QString &raw : given) {
+        const QString key = raw.trimmed();
+        if (!options.contains(key)) {
+            if (error) {
+                *error = key.isEmpty()
+                    ? QStringLiteral("--only needs at least one kind; valid keys: %1").arg(validKeys())
+                    : QStringLiteral("unknown key \"%1\"; valid keys: %2").arg(key, validKeys());
+            }
+            return std::nullopt;
+        }
+        options.insert(key, true);
+    }
+    return options;
+}
+
+int CommandLineExport::run(const QStringList &arguments)
+{
+    QVariantMap options = KSImportOptions::allOptions(true);
+    bool json = false;
+    for (qsizetype index = 0; index < arguments.size(); ++index) {
+        const QString &argument = arguments.at(index);
+        if (argument == QLatin1String("--help") || argument == QLatin1String("-h")) {
+            CommandLineOutput::writeOutput(usage());
+            return 0;
+        }
+        if (argument == QLatin1String("--json")) {
+            json = true;
+            continue;
+        }
+        QString keys;
+        if (argument == QLatin1String("--only")) {
+            if (index + 1 >= arguments.size())
+                return usageError(QStringLiteral("--only needs a list of keys; valid keys: %1").arg(validKeys()));
+            keys = arguments.at(++index);
+        } else if (argument.startsWith(QLatin1String("--only="))) {
+            keys = argument.mid(7);
+        } else {
+            return usageError(QStringLiteral("unknown argument \"%1\"").arg(argument));
+        }
+        QString error;
+        const std::optional<QVariantMap> selected = importOptionsForKeys(keys, &error);
+        if (!selected)
+            return usageError(error);
+        options = *selected;
+    }
+    return exportWithOptions(options, json);
+}
+
+int CommandLineExport::exportWithOptions(const QVariantMap &options, bool json)
+{
+    auto operation = std::make_shared<KSImportOperation>(m_backend);
+    auto progress = std::make_shared<CommandLineProgress>(CommandLineOutput::errorIsTerminal());
+    operation->setDelegate(progress);
+    operation->setImportOptions(options);
+    m_lastOperation = operation;
+
+    {
+        const CommandLineInterrupt interrupt(operation, [progress] { progress->cancelRequested(); });
+        // The engine hands every notification to this thread and waits for it: this thread
+        // serves them in an event loop until the worker is through.
+        std::unique_ptr<QThread> worker(QThread::create([operation] { operation->main(); }));
+        QEventLoop loop;
+        QObject::connect(worker.get(), &QThread::finished, &loop, &QEventLoop::quit);
+        worker->start();
+        loop.exec();
+        worker->wait();
+    }
+
+    const QJsonObject summary = CommandLineSummary::summary(*operation, *progress);
+    for (const char *key : {"libraryFile", "logFile"}) {
+        const QString path = summary.value(QLatin1String(key)).toString();
+        if (!path.isEmpty() && QFileInfo::exists(path))
+            CommandLineOutput::writeError(
+                QStringLiteral("%1: %2\n")
+                    .arg(QLatin1String(qstrcmp(key, "logFile") == 0 ? "log file" : "library file"), path));
+    }
+    if (json)
+        CommandLineOutput::writeOutput(QString::fromUtf8(QJsonDocument(summary).toJson(QJsonDocument::Indented)));
+    return progress->exitStatus();
+}

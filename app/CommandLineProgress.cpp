@@ -1,0 +1,123 @@
+#include "app/CommandLineProgress.h"
+
+#include "app/CommandLineOutput.h"
+#include "foundation/OVLocalization.h"
+#include "foundation/OVStringFormat.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr int BarWidth = 30;
+
+QString recordsExportedText(double value, double maximum)
+{
+    return OVStringWithFormat(OVLocalizedString("%1$.0lf of %2$.0lf records exported"), {value, maximum});
+}
+
+} // namespace
+
+CommandLineProgress::CommandLineProgress(bool liveBar)
+    : m_liveBar(liveBar)
+{ }
+
+CommandLineProgress::Outcome CommandLineProgress::outcome() const
+{
+    return m_errors.isEmpty() ? m_engineOutcome : Outcome::Failed;
+}
+
+int CommandLineProgress::exitStatus() const
+{
+    switch (outcome()) {
+    case Outcome::Failed:
+        return 1;
+    case Outcome::Cancelled:
+        return 2;
+    case Outcome::Running:
+    case Outcome::Ended:
+        break;
+    }
+    return 0;
+}
+
+void CommandLineProgress::printLine(const QString &line)
+{
+    if (m_barShowing) {
+        CommandLineOutput::writeError(QStringLiteral("\n"));
+        m_barShowing = false;
+    }
+    CommandLineOutput::writeError(line + QLatin1Char('\n'));
+}
+
+void CommandLineProgress::drawBar()
+{
+    const double fraction = m_maximum > 0.0 ? std::clamp(m_value / m_maximum, 0.0, 1.0) : 0.0;
+    const int filled = int(std::lround(fraction * BarWidth));
+    const QString bar = QString(filled, QLatin1Char('#')) + QString(BarWidth - filled, QLatin1Char('-'));
+    // Carriage return and "erase to end of line": the bar replaces itself.
+    CommandLineOutput::writeError(QStringLiteral("\r\033[K[%1] %2").arg(bar, recordsExportedText(m_value, m_maximum)));
+    m_barShowing = true;
+}
+
+void CommandLineProgress::finishCountedStage()
+{
+    if (m_inCountedStage && !m_liveBar)
+        printLine(recordsExportedText(m_value, m_maximum));
+    m_inCountedStage = false;
+}
+
+void CommandLineProgress::cancelRequested()
+{
+    printLine(OVLocalizedString("Cancelling..."));
+}
+
+void CommandLineProgress::importOperationWillStartImportingRecordsOfType(KSImportOperation *, const QString &type)
+{
+    finishCountedStage();
+    printLine(OVStringWithFormat(OVLocalizedString("Exporting %@"), {type}));
+}
+
+void CommandLineProgress::importOperationWillStartImportingRecordsOfType(KSImportOperation *, quint64 count,
+                                                                         const QString &type)
+{
+    finishCountedStage();
+    printLine(OVStringWithFormat(OVLocalizedString("Exporting %@"), {type}));
+    m_inCountedStage = true;
+    m_maximum = double(count);
+    m_value = 0.0;
+    if (m_liveBar)
+        drawBar();
+}
+
+void CommandLineProgress::importOperationDidImportRecordOfType(KSImportOperation *, const QString &)
+{
+    ++m_recordsExported;
+    m_value += 1.0;
+    if (m_liveBar)
+        drawBar();
+}
+
+void CommandLineProgress::importOperationDidEncounterError(KSImportOperation *, const OVError &error)
+{
+    m_errors.append(error);
+    const QString text = error.localizedDescription.isEmpty() ? OVLocalizedString("An unknown error occurred.")
+                                                              : error.localizedDescription;
+    printLine(QStringLiteral("error %1: %2").arg(error.code).arg(text));
+    if (m_liveBar && m_inCountedStage)
+        drawBar();
+}
+
+void CommandLineProgress::importOperationDidCancel(KSImportOperation *)
+{
+    finishCountedStage();
+    m_engineOutcome = Outcome::Cancelled;
+    printLine(OVLocalizedString("Export cancelled."));
+}
+
+void CommandLineProgress::importOperationDidEnd(KSImportOperation *)
+{
+    finishCountedStage();
+    m_engineOutcome = Outcome::Ended;
+    printLine(OVLocalizedString("Export ended."));
+}

@@ -1,0 +1,241 @@
+#include "app/KSImportPanel.h"
+
+#include "app/KSAlert.h"
+#include "app/KSApplicationTermination.h"
+#include "app/KSInterfaceTexts.h"
+#include "app/KSProgressIndicator.h"
+#include "engine/KSImportOperation.h"
+#include "foundation/OVLocalization.h"
+#include "foundation/OVStringFormat.h"
+#include "ui_ImportPanel.h"
+
+#include <QEventLoop>
+#include <QPointer>
+#include <QThread>
+
+// The engine holds its delegate strongly, while the sheet belongs to its window: the engine
+// gets this small forwarder instead, which drops whatever arrives once the sheet has stopped
+// following the run or is gone.
+class KSImportPanel::Forwarder : public KSImportOperationDelegate
+{
+public:
+    explicit Forwarder(KSImportPanel *panel)
+        : m_panel(panel)
+    { }
+
+    void detach() { m_panel.clear(); }
+
+    void importOperationWillStartImportingRecordsOfType(KSImportOperation *operation, const QString &type) override
+    {
+        if (m_panel)
+            m_panel->importOperationWillStartImportingRecordsOfType(operation, type);
+    }
+    void importOperationWillStartImportingRecordsOfType(KSImportOperation *operation, quint64 count,
+                                                        const QString &type) override
+    {
+        if (m_panel)
+            m_panel->importOperationWillStartImportingRecordsOfType(operation, count, type);
+    }
+    void importOperationDidImportRecordOfType(KSImportOperation *operation, const QString &type) override
+    {
+        if (m_panel)
+            m_panel->importOperationDidImportRecordOfType(operation, type);
+    }
+    void importOperationDidEncounterError(KSImportOperation *operation, const OVError &error) override
+    {
+        if (m_panel)
+            m_panel->importOperationDidEncounterError(operation, error);
+    }
+    void importOperationDidCancel(KSImportOperation *operation) override
+    {
+        if (m_panel)
+            m_panel->importOperationDidCancel(operation);
+    }
+    void importOperationDidEnd(KSImportOperation *operation) override
+    {
+        if (m_panel)
+            m_panel->importOperationDidEnd(operation);
+    }
+
+private:
+    // Only touched on the main thread, where every notification arrives.
+    QPointer<KSImportPanel> m_panel;
+};
+
+KSImportPanel::KSImportPanel(QWidget *parent, std::shared_ptr<ScriptingBackend> backend)
+    : KSSheet(parent)
+    , m_ui(std::make_unique<Ui::ImportPanel>())
+    , m_backend(std::move(backend))
+{
+    m_ui->setupUi(this);
+    KSInterfaceTexts::localize(this);
+    m_ui->importProgress->setUsesThreadedAnimation(true);
+    connect(m_ui->cancelButton, &QPushButton::clicked, this, &KSImportPanel::cancel);
+}
+
+KSImportPanel::~KSImportPanel()
+{
+    if (m_operationThread) {
+        stopFollowingOperation();
+        waitForOperation();
+    }
+}
+
+KSProgressIndicator *KSImportPanel::importProgress() const
+{
+    return m_ui->importProgress;
+}
+
+QString KSImportPanel::titleMessage() const
+{
+    const std::lock_guard<std::mutex> lock(m_messageMutex);
+    return m_titleMessage;
+}
+
+void KSImportPanel::setTitleMessage(const QString &message)
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_messageMutex);
+        m_titleMessage = message;
+    }
+    m_ui->titleLabel->setText(message);
+}
+
+QString KSImportPanel::informationMessage() const
+{
+    const std::lock_guard<std::mutex> lock(m_messageMutex);
+    return m_informationMessage;
+}
+
+void KSImportPanel::setInformationMessage(const QString &message)
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_messageMutex);
+        m_informationMessage = message;
+    }
+    m_ui->informationLabel->setText(message);
+}
+
+void KSImportPanel::setTitleAndInformation(const QString &title, const QString &information)
+{
+    setTitleMessage(title);
+    setInformationMessage(information);
+}
+
+void KSImportPanel::showSheetOnWindow(QWidget *parentWindow, const QVariantMap &importOptions,
+                                      CompletionHandler completionHandler)
+{
+    if (m_operationThread) {
+        // A sheet runs one export at a time; the one before must be over first.
+        stopFollowingOperation();
+        waitForOperation();
+    }
+
+    importProgress()->setIndeterminate(true);
+    importProgress()->startAnimation();
+    setTitleAndInformation(OVLocalizedString("Preparing..."), QString());
+    beginSheet(parentWindow, std::move(completionHandler));
+
+    m_operation = std::make_shared<KSImportOperation>(m_backend);
+    m_forwarder = std::make_shared<Forwarder>(this);
+    m_operation->setDelegate(m_forwarder);
+    m_operation->setImportOptions(importOptions);
+
+    const std::shared_ptr<KSImportOperation> operation = m_operation;
+    m_operationThread.reset(QThread::create([operation] { operation->main(); }));
+    m_operationThread->setObjectName(QStringLiteral("Export"));
+    m_operationFinished = false;
+    // Connected before the start, so the end of even the shortest run is seen.
+    connect(m_operationThread.get(), &QThread::finished, this, [this] {
+        m_operationFinished = true;
+        emit operationFinished();
+    });
+    m_operationThread->start();
+}
+
+void KSImportPanel::waitForOperation()
+{
+    if (!m_operationThread)
+        return;
+    if (!m_operationFinished) {
+        // The worker hands every notification to this thread and waits for it, so this
+        // thread must go on serving events until the worker is through.
+        QEventLoop loop;
+        connect(this, &KSImportPanel::operationFinished, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
+    m_operationThread->wait();
+}
+
+void KSImportPanel::cancel()
+{
+    importProgress()->setIndeterminate(false);
+    importProgress()->stopAnimation();
+    setTitleAndInformation(OVLocalizedString("Cancelling..."), QString());
+    if (m_operation)
+        m_operation->cancel();
+}
+
+void KSImportPanel::reject()
+{
+    cancel();
+}
+
+void KSImportPanel::stopFollowingOperation()
+{
+    if (m_forwarder)
+        m_forwarder->detach();
+    if (m_operation)
+        m_operation->cancel();
+}
+
+void KSImportPanel::importOperationWillStartImportingRecordsOfType(KSImportOperation *, const QString &type)
+{
+    importProgress()->setIndeterminate(true);
+    importProgress()->startAnimation();
+    setTitleAndInformation(OVStringWithFormat(OVLocalizedString("Exporting %@"), {type}), QString());
+}
+
+void KSImportPanel::importOperationWillStartImportingRecordsOfType(KSImportOperation *, quint64 count,
+                                                                   const QString &type)
+{
+    KSProgressIndicator *progress = importProgress();
+    progress->stopAnimation();
+    progress->setIndeterminate(false);
+    progress->setMinValue(0.0);
+    progress->setMaxValue(double(count));
+    progress->setDoubleValue(0.0);
+    setTitleAndInformation(OVStringWithFormat(OVLocalizedString("Exporting %@"), {type}), QString());
+}
+
+void KSImportPanel::importOperationDidImportRecordOfType(KSImportOperation *, const QString &)
+{
+    KSProgressIndicator *progress = importProgress();
+    progress->incrementBy(1.0);
+    setInformationMessage(OVStringWithFormat(OVLocalizedString("%1$.0lf of %2$.0lf records exported"),
+                                             {progress->doubleValue(), progress->maxValue()}));
+}
+
+void KSImportPanel::importOperationDidEncounterError(KSImportOperation *, const OVError &error)
+{
+    KSAlert alert;
+    alert.messageText = OVLocalizedString("An error occurred while exporting.");
+    alert.informativeText = error.localizedDescription.isEmpty() ? OVLocalizedString("An unknown error occurred.")
+                                                                 : error.localizedDescription;
+    alert.buttons = QStringList {OVLocalizedString("Quit")};
+    alert.runModal(this);
+    // No export goes on past an error shown to the person: whatever the engine still sends
+    // (its cancellation, its end) no longer reaches the sheet.
+    stopFollowingOperation();
+    KSApplicationTermination::terminate();
+}
+
+void KSImportPanel::importOperationDidCancel(KSImportOperation *)
+{
+    endSheet(0);
+}
+
+void KSImportPanel::importOperationDidEnd(KSImportOperation *)
+{
+    endSheet(1);
+}

@@ -1,0 +1,92 @@
+// The progress sheet: runs one export on a worker thread of its own, follows it through the
+// engine's notifications (a title line, an information line and a bar), lets the person
+// cancel it, shows an error in an alert after which the application terminates, and ends
+// with 1 when the engine has ended or 0 when it confirms a cancellation. Its window comes
+// from the interface file "ImportPanel".
+#pragma once
+
+#include "app/KSSheet.h"
+#include "engine/KSImportOperationDelegate.h"
+
+#include <QString>
+#include <QVariantMap>
+#include <memory>
+#include <mutex>
+
+namespace Ui {
+class ImportPanel;
+}
+class KSImportOperation;
+class KSProgressIndicator;
+class QThread;
+class ScriptingBackend;
+
+class KSImportPanel : public KSSheet, public KSImportOperationDelegate
+{
+    Q_OBJECT
+
+public:
+    // `backend` reaches the applications for every run; by default the session bus.
+    explicit KSImportPanel(QWidget *parent = nullptr, std::shared_ptr<ScriptingBackend> backend = nullptr);
+    // Stops following a run that is still going, cancels it and waits for its thread.
+    ~KSImportPanel() override;
+
+    KSProgressIndicator *importProgress() const;
+
+    // The upper line (what is being done) and the lower one (how far it is; null shows nothing).
+    QString titleMessage() const;
+    void setTitleMessage(const QString &message);
+    QString informationMessage() const;
+    void setInformationMessage(const QString &message);
+
+    // Shows the sheet on `parentWindow` and starts an export with `importOptions` on the
+    // sheet's worker thread; `completionHandler` gets the return code when the sheet ends.
+    void showSheetOnWindow(QWidget *parentWindow, const QVariantMap &importOptions,
+                           CompletionHandler completionHandler);
+
+    // The run begun last, while the sheet keeps it (for summaries and tests).
+    KSImportOperation *operation() const { return m_operation.get(); }
+    // Whether the worker thread of the last run has finished (true before any run).
+    bool isOperationFinished() const { return m_operationFinished; }
+    // Returns once the worker thread has finished, serving its hand-offs to this thread.
+    void waitForOperation();
+
+public slots:
+    // Asks the engine to stop; the sheet stays until the engine confirms.
+    void cancel();
+    // Escape and the window's close button cancel the export rather than hide the sheet.
+    void reject() override;
+
+public:
+    // The engine's notifications, on the main thread while the engine waits.
+    void importOperationWillStartImportingRecordsOfType(KSImportOperation *operation, const QString &type) override;
+    void importOperationWillStartImportingRecordsOfType(KSImportOperation *operation, quint64 count,
+                                                        const QString &type) override;
+    void importOperationDidImportRecordOfType(KSImportOperation *operation, const QString &type) override;
+    void importOperationDidEncounterError(KSImportOperation *operation, const OVError &error) override;
+    void importOperationDidCancel(KSImportOperation *operation) override;
+    void importOperationDidEnd(KSImportOperation *operation) override;
+
+signals:
+    void operationFinished();
+
+private:
+    class Forwarder;
+
+    // Nothing more the engine sends reaches the sheet, and the engine is told to stop.
+    void stopFollowingOperation();
+    void setTitleAndInformation(const QString &title, const QString &information);
+
+    std::unique_ptr<Ui::ImportPanel> m_ui;
+    std::shared_ptr<ScriptingBackend> m_backend;
+
+    // The sheet's "queue": one worker thread and the operation it runs, for one run.
+    std::unique_ptr<QThread> m_operationThread;
+    std::shared_ptr<KSImportOperation> m_operation;
+    std::shared_ptr<Forwarder> m_forwarder;
+    bool m_operationFinished = true;
+
+    mutable std::mutex m_messageMutex;
+    QString m_titleMessage;
+    QString m_informationMessage;
+};

@@ -1,0 +1,228 @@
+// The application controller: the default options, the notes in the information window,
+// the options sheet's copy and confirmation, and termination after every export.
+#include "AppTestSupport.h"
+#include "app/AppController.h"
+#include "app/KSImportOptions.h"
+#include "app/KSImportPanel.h"
+#include "app/KSOptionsPanel.h"
+#include "engine/KSImportOperation.h"
+#include "foundation/OVMainThread.h"
+
+#include <QCheckBox>
+#include <QGuiApplication>
+#include <QMainWindow>
+#include <QPushButton>
+#include <QScreen>
+#include <QTextEdit>
+#include <QtTest>
+
+using namespace AppTestSupport;
+
+namespace {
+
+// The lines the application writes to its console log while a test runs.
+QStringList &consoleLines()
+{
+    static QStringList lines;
+    return lines;
+}
+
+void recordConsoleLine(QtMsgType type, const QMessageLogContext &, const QString &message)
+{
+    if (type == QtInfoMsg)
+        consoleLines().append(message);
+}
+
+} // namespace
+
+class TestAppController : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<AlertRecorder> m_alerts;
+    std::unique_ptr<TerminationRecorder> m_termination;
+    QtMessageHandler m_previousHandler = nullptr;
+
+    static void clickButton(QWidget *window, const char *name)
+    {
+        window->findChild<QPushButton *>(QString::fromLatin1(name))->click();
+    }
+
+    static QStringList optionLines()
+    {
+        QStringList lines;
+        for (const QString &line : consoleLines()) {
+            if (line.startsWith(QStringLiteral("Import options are: ")))
+                lines.append(line);
+        }
+        return lines;
+    }
+
+private slots:
+    void init()
+    {
+        removeEarlierRuns();
+        m_alerts = std::make_unique<AlertRecorder>();
+        m_termination = std::make_unique<TerminationRecorder>();
+        consoleLines().clear();
+        m_previousHandler = qInstallMessageHandler(recordConsoleLine);
+    }
+
+    void cleanup()
+    {
+        qInstallMessageHandler(m_previousHandler);
+        m_termination.reset();
+        m_alerts.reset();
+    }
+
+    void startsWithAllSevenKindsOn()
+    {
+        const AppController controller;
+        QCOMPARE(controller.importOptions().size(), 7);
+        for (const QString &key : KSImportOptions::allKeys())
+            QCOMPARE(controller.importOptions().value(key), QVariant(true));
+        QVERIFY(!controller.importPanel());
+        QVERIFY(!controller.optionsPanel());
+        QVERIFY(controller.applicationShouldTerminateAfterLastWindowClosed());
+    }
+
+    void launchShowsTheNotesCentred()
+    {
+        AppController controller;
+        controller.applicationWillFinishLaunching();
+        QVERIFY(controller.infoWindow()->isVisible());
+        const QString notes = controller.notesTextView()->toPlainText();
+        QVERIFY(notes.contains(QStringLiteral("Nortavel 3")));
+        QVERIFY(notes.contains(QStringLiteral("Nothing in Kastrel is changed")));
+        QVERIFY(controller.notesTextView()->isReadOnly());
+        const QRect screen = controller.infoWindow()->screen()->availableGeometry();
+        const QPoint offset = controller.infoWindow()->geometry().center() - screen.center();
+        QVERIFY2(offset.manhattanLength() <= 2, "the window is centred");
+        saveScreenshot(controller.infoWindow(), QStringLiteral("information-window"));
+    }
+
+    void freshLaunchExportsAllSevenKinds()
+    {
+        AppController controller(applicationsWithItems(2));
+        controller.applicationWillFinishLaunching();
+        clickButton(controller.infoWindow(), "importButton");
+        QVERIFY(controller.importPanel());
+        QCOMPARE(controller.importPanel()->parentWindow(), controller.infoWindow());
+        QCOMPARE(controller.importPanel()->operation()->importOptions(), KSImportOptions::allOptions(true));
+        QTRY_COMPARE_WITH_TIMEOUT(m_termination->count, 1, 60000);
+        const QMap<QString, quint64> announced = controller.importPanel()->operation()->announcedItemCounts();
+        QCOMPARE(announced.value(KSImportOptions::imagesKey), quint64(2));
+        QCOMPARE(announced.value(KSImportOptions::notesKey), quint64(1));
+    }
+
+    void cancellingTheOptionsKeepsThemAll()
+    {
+        AppController controller;
+        controller.applicationWillFinishLaunching();
+        clickButton(controller.infoWindow(), "optionsButton");
+        KSOptionsPanel *panel = controller.optionsPanel();
+        QVERIFY(panel && panel->isVisible());
+        QCOMPARE(panel->parentWindow(), controller.infoWindow());
+        panel->checkBoxForKey(KSImportOptions::notesKey)->click();
+        panel->checkBoxForKey(KSImportOptions::imagesKey)->click();
+        panel->cancelOptions();
+        QCOMPARE(controller.importOptions(), KSImportOptions::allOptions(true));
+        QVERIFY(optionLines().isEmpty());
+    }
+
+    void savingTheOptionsReplacesThemAndLogsOnce()
+    {
+        AppController controller;
+        controller.applicationWillFinishLaunching();
+        controller.showOptions();
+        KSOptionsPanel *panel = controller.optionsPanel();
+        panel->checkBoxForKey(KSImportOptions::notesKey)->click();
+        panel->checkBoxForKey(KSImportOptions::imagesKey)->click();
+        panel->saveOptions();
+        QVariantMap expected = KSImportOptions::allOptions(true);
+        expected.insert(KSImportOptions::notesKey, false);
+        expected.insert(KSImportOptions::imagesKey, false);
+        QCOMPARE(controller.importOptions(), expected);
+        QCOMPARE(optionLines().size(), 1);
+        QCOMPARE(optionLines().first(),
+                 QStringLiteral("Import options are: {\n    PDFs = 1;\n    bookmarks = 1;\n    images = 0;\n"
+                                "    notes = 0;\n    passwords = 1;\n    serialNumbers = 1;\n    webArchives = 1;\n}"));
+    }
+
+    void secondShowingStartsFromTheLastSavedOptions()
+    {
+        AppController controller;
+        controller.showOptions();
+        KSOptionsPanel *panel = controller.optionsPanel();
+        panel->checkBoxForKey(KSImportOptions::bookmarksKey)->click();
+        panel->saveOptions();
+        controller.showOptions();
+        QCOMPARE(controller.optionsPanel(), panel); // made once, reused
+        QVERIFY(!panel->checkBoxForKey(KSImportOptions::bookmarksKey)->isChecked());
+        QVERIFY(panel->checkBoxForKey(KSImportOptions::notesKey)->isChecked());
+        panel->checkBoxForKey(KSImportOptions::notesKey)->click();
+        panel->cancelOptions();
+        controller.showOptions();
+        QVERIFY(panel->checkBoxForKey(KSImportOptions::notesKey)->isChecked());
+        QVERIFY(!panel->checkBoxForKey(KSImportOptions::bookmarksKey)->isChecked());
+        panel->cancelOptions();
+    }
+
+    void savedOptionsReachTheExport()
+    {
+        AppController controller(applicationsWithItems(2));
+        controller.showOptions();
+        for (const QString &key : KSImportOptions::allKeys()) {
+            if (key != KSImportOptions::imagesKey)
+                controller.optionsPanel()->checkBoxForKey(key)->click();
+        }
+        controller.optionsPanel()->saveOptions();
+        controller.import();
+        QTRY_COMPARE_WITH_TIMEOUT(m_termination->count, 1, 60000);
+        const QMap<QString, quint64> announced = controller.importPanel()->operation()->announcedItemCounts();
+        QCOMPARE(announced.value(KSImportOptions::imagesKey), quint64(2));
+        QVERIFY(!announced.contains(KSImportOptions::notesKey));
+    }
+
+    void terminatesAfterACancelledExport()
+    {
+        auto applications = applicationsWithItems(3);
+        AppController controller(applications);
+        bool cancelled = false;
+        applications->setCallHook([&](const QString &call) {
+            if (cancelled || !call.startsWith(QStringLiteral("export ")))
+                return;
+            cancelled = true;
+            OVPerformOnMainThreadAndWait([&] { controller.importPanel()->cancel(); });
+        });
+        controller.import();
+        QTRY_COMPARE_WITH_TIMEOUT(m_termination->count, 1, 60000);
+        QVERIFY(cancelled);
+        QVERIFY(!controller.importPanel()->isVisible());
+        QCOMPARE(controller.importPanel()->result(), 0); // the sheet's return code
+    }
+
+    void terminatesAfterAFailedExport()
+    {
+        auto applications = std::make_shared<InMemoryScripting>(); // no applications at all
+        AppController controller(applications);
+        controller.import();
+        QTRY_COMPARE_WITH_TIMEOUT(m_termination->count, 1, 60000);
+        QCOMPARE(m_alerts->alerts.size(), 1);
+        QCOMPARE(m_alerts->alerts.first().messageText, QStringLiteral("An error occurred while exporting."));
+        controller.importPanel()->waitForOperation();
+        QCOMPARE(m_termination->count, 1);
+    }
+
+    void quitButtonTerminates()
+    {
+        AppController controller;
+        controller.applicationWillFinishLaunching();
+        clickButton(controller.infoWindow(), "quitButton");
+        QCOMPARE(m_termination->count, 1);
+    }
+};
+
+QTEST_MAIN(TestAppController)
+#include "TestAppController.moc"

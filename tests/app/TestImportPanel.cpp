@@ -1,0 +1,252 @@
+// The progress sheet: its lines and bar for each notification, the error alert and the
+// termination after it, cancelling, and whole runs on its worker thread against the
+// applications in memory.
+#include "AppTestSupport.h"
+#include "app/KSImportPanel.h"
+#include "app/KSProgressIndicator.h"
+#include "engine/KSImportOperation.h"
+#include "foundation/OVMainThread.h"
+
+#include <QLabel>
+#include <QMainWindow>
+#include <QPushButton>
+#include <QtTest>
+
+using namespace AppTestSupport;
+
+class TestImportPanel : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<QMainWindow> m_window;
+    std::unique_ptr<AlertRecorder> m_alerts;
+    std::unique_ptr<TerminationRecorder> m_termination;
+    QList<int> m_returnCodes;
+
+    std::unique_ptr<KSImportPanel> makePanel(std::shared_ptr<ScriptingBackend> backend = nullptr)
+    {
+        if (!backend)
+            backend = applicationsWithItems(0);
+        return std::make_unique<KSImportPanel>(m_window.get(), std::move(backend));
+    }
+
+    void show(KSImportPanel &panel, const QVariantMap &options = {})
+    {
+        QVariantMap all = options;
+        if (all.isEmpty()) {
+            for (const char *key :
+                 {"notes", "bookmarks", "serialNumbers", "passwords", "images", "PDFs", "webArchives"})
+                all.insert(QString::fromLatin1(key), true);
+        }
+        panel.showSheetOnWindow(m_window.get(), all, [this](int returnCode) { m_returnCodes.append(returnCode); });
+    }
+
+    static QString label(KSImportPanel &panel, const char *name)
+    {
+        return panel.findChild<QLabel *>(QString::fromLatin1(name))->text();
+    }
+
+private slots:
+    void init()
+    {
+        removeEarlierRuns();
+        m_window = std::make_unique<QMainWindow>();
+        m_window->resize(560, 460);
+        m_window->show();
+        m_alerts = std::make_unique<AlertRecorder>();
+        m_termination = std::make_unique<TerminationRecorder>();
+        m_returnCodes.clear();
+    }
+
+    void cleanup()
+    {
+        m_window.reset();
+        m_termination.reset();
+        m_alerts.reset();
+    }
+
+    void barUsesThreadedAnimationOnceLoaded()
+    {
+        const auto panel = makePanel();
+        QVERIFY(panel->importProgress()->usesThreadedAnimation());
+    }
+
+    void showingPreparesAndRunsOnAWorkerThread()
+    {
+        const auto panel = makePanel();
+        show(*panel);
+        // Nothing of the run can have arrived yet: its notifications wait for this thread.
+        QCOMPARE(panel->titleMessage(), QStringLiteral("Preparing..."));
+        QVERIFY(panel->informationMessage().isNull());
+        QCOMPARE(label(*panel, "titleLabel"), QStringLiteral("Preparing..."));
+        QVERIFY(panel->importProgress()->isIndeterminate());
+        QVERIFY(panel->importProgress()->isAnimating());
+        QVERIFY(panel->isVisible());
+        QCOMPARE(panel->windowModality(), Qt::WindowModal);
+        QCOMPARE(panel->parentWindow(), m_window.get());
+        QVERIFY(panel->operation());
+        QCOMPARE(panel->operation()->importOptions().size(), 7);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_returnCodes.isEmpty(), 60000);
+        QCOMPARE(m_returnCodes, QList<int> {1});
+        QVERIFY(!panel->isVisible());
+        panel->waitForOperation();
+        QVERIFY(panel->isOperationFinished());
+    }
+
+    void stageOfUnknownLengthShowsItsName()
+    {
+        const auto panel = makePanel();
+        panel->setInformationMessage(QStringLiteral("left over"));
+        panel->importOperationWillStartImportingRecordsOfType(nullptr, QStringLiteral("Groups"));
+        QCOMPARE(panel->titleMessage(), QStringLiteral("Exporting Groups"));
+        QVERIFY(panel->informationMessage().isNull());
+        QCOMPARE(label(*panel, "informationLabel"), QString());
+        QVERIFY(panel->importProgress()->isIndeterminate());
+        QVERIFY(panel->importProgress()->isAnimating());
+    }
+
+    void stageOfZeroRecordsHasMaximumZero()
+    {
+        const auto panel = makePanel();
+        panel->importOperationWillStartImportingRecordsOfType(nullptr, QStringLiteral("Groups"));
+        panel->importOperationWillStartImportingRecordsOfType(nullptr, 0, QStringLiteral("Items"));
+        KSProgressIndicator *progress = panel->importProgress();
+        QCOMPARE(progress->maxValue(), 0.0);
+        QCOMPARE(progress->minValue(), 0.0);
+        QCOMPARE(progress->doubleValue(), 0.0);
+        QVERIFY(!progress->isIndeterminate());
+        QVERIFY(!progress->isAnimating());
+        QCOMPARE(panel->titleMessage(), QStringLiteral("Exporting Items"));
+        QVERIFY(panel->informationMessage().isNull());
+    }
+
+    void threeRecordsOfAHundredAndTwenty()
+    {
+        const auto panel = makePanel();
+        panel->importOperationWillStartImportingRecordsOfType(nullptr, 120, QStringLiteral("Items"));
+        for (int record = 0; record < 3; ++record)
+            panel->importOperationDidImportRecordOfType(nullptr, QString());
+        QCOMPARE(panel->informationMessage(), QStringLiteral("3 of 120 records exported"));
+        QCOMPARE(label(*panel, "informationLabel"), QStringLiteral("3 of 120 records exported"));
+        QCOMPARE(panel->importProgress()->doubleValue(), 3.0);
+        QCOMPARE(panel->importProgress()->maxValue(), 120.0);
+        QCOMPARE(panel->importProgress()->value(), panel->importProgress()->maximum() / 40);
+    }
+
+    void errorShowsAnAlertAndTerminates()
+    {
+        const auto panel = makePanel();
+        show(*panel);
+        panel->importOperationDidEncounterError(nullptr,
+                                                OVError {QStringLiteral("Kastrel Importer Error Domain"), 10001,
+                                                         QStringLiteral("Unable to locate the Kastrel application.")});
+        QCOMPARE(m_alerts->alerts.size(), 1);
+        const KSAlert &alert = m_alerts->alerts.first();
+        QCOMPARE(alert.messageText, QStringLiteral("An error occurred while exporting."));
+        QCOMPARE(alert.informativeText, QStringLiteral("Unable to locate the Kastrel application."));
+        QCOMPARE(alert.buttons, QStringList {QStringLiteral("Quit")});
+        QCOMPARE(m_termination->count, 1);
+        panel->waitForOperation();
+    }
+
+    void errorWithEmptyDescriptionIsUnknown()
+    {
+        const auto panel = makePanel();
+        panel->importOperationDidEncounterError(
+            nullptr, OVError {QStringLiteral("Kastrel Importer Error Domain"), 10004, QString()});
+        QCOMPARE(m_alerts->alerts.size(), 1);
+        QCOMPARE(m_alerts->alerts.first().informativeText, QStringLiteral("An unknown error occurred."));
+        QCOMPARE(m_termination->count, 1);
+    }
+
+    void errorOfARunNeverReachesItsCancellation()
+    {
+        // An object listed by the source but gone when read: the run reports an exception
+        // (10004) and then its cancellation, which the sheet must not act on.
+        auto applications = applicationsWithItems(2);
+        InMemoryKastrel source = applications->kastrel(Source);
+        const QString group = source.addFolderCollection(QStringLiteral("G1"), QStringLiteral("Work"));
+        source.removeObject(group);
+        const auto panel = makePanel(applications);
+        show(*panel);
+        panel->waitForOperation();
+        QCOMPARE(m_alerts->alerts.size(), 1);
+        QVERIFY(!m_alerts->alerts.first().informativeText.isEmpty());
+        QCOMPARE(m_termination->count, 1);
+        QVERIFY(m_returnCodes.isEmpty());
+        QVERIFY(panel->isSheetShown());
+    }
+
+    void cancelChangesTheTitleAtOnceAndClosesWhenConfirmed()
+    {
+        auto applications = applicationsWithItems(5);
+        std::unique_ptr<KSImportPanel> panel;
+        bool cancelledDuringRun = false;
+        bool stillShownAfterCancel = false;
+        QString titleAfterCancel;
+        applications->setCallHook([&](const QString &call) {
+            if (cancelledDuringRun || !call.startsWith(QStringLiteral("export ")))
+                return;
+            cancelledDuringRun = true;
+            // The person presses Cancel while the worker is about to export its first item.
+            OVPerformOnMainThreadAndWait([&] {
+                panel->findChild<QPushButton *>(QStringLiteral("cancelButton"))->click();
+                titleAfterCancel = panel->titleMessage();
+                stillShownAfterCancel = panel->isSheetShown() && m_returnCodes.isEmpty();
+                QVERIFY(!panel->importProgress()->isAnimating());
+                QVERIFY(!panel->importProgress()->isIndeterminate());
+            });
+        });
+        panel = makePanel(applications);
+        show(*panel);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_returnCodes.isEmpty(), 60000);
+        QVERIFY(cancelledDuringRun);
+        QCOMPARE(titleAfterCancel, QStringLiteral("Cancelling..."));
+        QVERIFY(stillShownAfterCancel);
+        QCOMPARE(m_returnCodes, QList<int> {0});
+        QVERIFY(!panel->isVisible());
+        QCOMPARE(m_alerts->alerts.size(), 0);
+        panel->waitForOperation();
+        QVERIFY(applications->exportCount() < 6);
+    }
+
+    void escapeCancelsInsteadOfClosing()
+    {
+        const auto panel = makePanel();
+        panel->reject();
+        QCOMPARE(panel->titleMessage(), QStringLiteral("Cancelling..."));
+        QVERIFY(m_returnCodes.isEmpty());
+    }
+
+    void wholeRunCountsEveryItem()
+    {
+        auto applications = applicationsWithItems(4);
+        std::unique_ptr<KSImportPanel> panel;
+        QStringList titles;
+        applications->setCallHook([&](const QString &call) {
+            if (!call.startsWith(QStringLiteral("export ")))
+                return;
+            OVPerformOnMainThreadAndWait([&] {
+                titles.append(panel->titleMessage() + QStringLiteral(" / ") + panel->informationMessage());
+                if (titles.size() == 4) {
+                    panel->resize(420, 150);
+                    saveScreenshot(panel.get(), QStringLiteral("progress-sheet"));
+                }
+            });
+        });
+        panel = makePanel(applications);
+        show(*panel);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_returnCodes.isEmpty(), 60000);
+        QCOMPARE(m_returnCodes, QList<int> {1});
+        QCOMPARE(titles.first(), QStringLiteral("Exporting Items / "));
+        QCOMPARE(titles.at(1), QStringLiteral("Exporting Items / 1 of 5 records exported"));
+        QCOMPARE(panel->informationMessage(), QStringLiteral("5 of 5 records exported"));
+        QCOMPARE(panel->importProgress()->doubleValue(), 5.0);
+        QCOMPARE(m_termination->count, 0); // the application controller decides that
+        QCOMPARE(applications->importCalls().size(), 1);
+    }
+};
+
+QTEST_MAIN(TestImportPanel)
+#include "TestImportPanel.moc"
