@@ -446,6 +446,14 @@ QString pictureSuffix(const QByteArray &data)
     return {};
 }
 
+// Some decoders stand in U+001A for bytes they cannot map; no control character but the tab
+// is text.
+QString withoutControlCharacters(QString text)
+{
+    text.removeIf([](QChar c) { return c.unicode() < 0x20 && c.unicode() != u'\t'; });
+    return text;
+}
+
 struct FontEntry
 {
     QString name;
@@ -487,6 +495,8 @@ private:
     void flushRun();
     void endParagraph();
     void finishBlock();
+    QString decodedFontNameBytes() const;
+    void finishFontEntry();
     void insertAttachment(const QString &fileName, const QByteArray &contents, const QSizeF &size);
     bool swallowPlaceholder();
 
@@ -513,7 +523,8 @@ private:
     QHash<int, FontEntry> m_fonts;
     int m_tableFont = -1;
     FontEntry m_tableEntry;
-    QByteArray m_tableFontName;
+    QByteArray m_tableFontName; // bytes not yet decoded
+    QString m_tableFontText; // the name decoded so far
 
     QList<QColor> m_colors;
     int m_red = -1, m_green = -1, m_blue = -1;
@@ -615,14 +626,10 @@ void Parser::finishDestination(const Group &closed)
 {
     switch (closed.destination) {
     case Destination::FontTable:
-        if (m_tableFont >= 0 && !m_tableFontName.trimmed().isEmpty() && !m_fonts.contains(m_tableFont)) {
-            m_tableEntry.name
-                = RTFCodePages::decode(m_tableFontName,
-                                       RTFCodePages::codePageForCharset(m_tableEntry.charset, m_documentCodePage))
-                      .trimmed();
-            m_fonts.insert(m_tableFont, m_tableEntry);
-        }
+        if (!m_fonts.contains(m_tableFont))
+            finishFontEntry();
         m_tableFontName.clear();
+        m_tableFontText.clear();
         break;
     case Destination::Picture: {
         if (destination() != Destination::Text)
@@ -855,12 +862,14 @@ void Parser::controlWord(std::string_view word, bool hasParameter, int parameter
         setDestination(Destination::FontTable);
         m_tableFont = -1;
         m_tableFontName.clear();
+        m_tableFontText.clear();
         break;
     case Keyword::Font:
         if (dest == Destination::FontTable) {
             m_tableFont = parameter;
             m_tableEntry = FontEntry();
             m_tableFontName.clear();
+            m_tableFontText.clear();
         } else {
             chars.font = parameter;
         }
@@ -1230,12 +1239,9 @@ void Parser::appendByte(char byte)
     switch (dest) {
     case Destination::FontTable:
         if (byte == ';') {
-            if (m_tableFont >= 0) {
-                const int page = RTFCodePages::codePageForCharset(m_tableEntry.charset, m_documentCodePage);
-                m_tableEntry.name = RTFCodePages::decode(m_tableFontName, page).trimmed();
-                m_fonts.insert(m_tableFont, m_tableEntry);
-            }
+            finishFontEntry();
             m_tableFontName.clear();
+            m_tableFontText.clear();
         } else if (m_tableFontName.size() < 1024) {
             m_tableFontName.append(byte);
         }
@@ -1299,15 +1305,28 @@ void Parser::appendByte(char byte)
     m_pendingBytes.append(byte);
 }
 
+QString Parser::decodedFontNameBytes() const
+{
+    return RTFCodePages::decode(m_tableFontName,
+                                RTFCodePages::codePageForCharset(m_tableEntry.charset, m_documentCodePage));
+}
+
+void Parser::finishFontEntry()
+{
+    const QString name = withoutControlCharacters(m_tableFontText + decodedFontNameBytes()).trimmed();
+    if (m_tableFont < 0 || name.isEmpty())
+        return;
+    m_tableEntry.name = name;
+    m_fonts.insert(m_tableFont, m_tableEntry);
+}
+
 void Parser::flushBytes()
 {
     if (m_pendingBytes.isEmpty())
         return;
     QString text = RTFCodePages::decode(m_pendingBytes, m_pendingCodePage);
     m_pendingBytes.clear();
-    // Some decoders stand in U+001A for bytes they cannot map; no control character is text.
-    text.removeIf([](QChar c) { return c.unicode() < 0x20 && c.unicode() != u'\t'; });
-    appendText(text);
+    appendText(withoutControlCharacters(text));
 }
 
 void Parser::appendCharacter(char16_t character)
@@ -1352,6 +1371,16 @@ void Parser::appendText(const QString &text)
             m_shapeValue += text;
         break;
     case Destination::FontTable:
+        // Font names may hold \uN characters between their code-page bytes.
+        for (const QChar c : text) {
+            if (c.unicode() < 0x80) {
+                appendByte(char(c.unicode()));
+            } else if (m_tableFontText.size() < 1024) {
+                m_tableFontText += decodedFontNameBytes() + c;
+                m_tableFontName.clear();
+            }
+        }
+        break;
     case Destination::ColorTable:
     case Destination::ExpandedColorTable:
     case Destination::Picture:

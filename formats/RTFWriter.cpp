@@ -196,7 +196,8 @@ public:
         out.append("{\\fonttbl");
         for (int i = 0; i < m_fonts.size(); ++i) {
             out.append("\\f").append(QByteArray::number(i)).append(m_fonts.at(i).second).append("\\fcharset0 ");
-            appendEscaped(out, m_fonts.at(i).first);
+            // A semicolon would end the entry early.
+            appendEscaped(out, QString(m_fonts.at(i).first).replace(QLatin1Char(';'), QLatin1Char(' ')));
             out.append(';');
         }
         out.append("}\n{\\colortbl;\\red255\\green255\\blue255;");

@@ -228,6 +228,13 @@ private slots:
         QCOMPARE(formatAt(document, 1).fontFamilies().toStringList(), QStringList {QStringLiteral("Menlo-Regular")});
         QCOMPARE(formatAt(document, 1).fontStyleHint(), QFont::TypeWriter);
         QCOMPARE(formatAt(document, 2).fontFamilies().toStringList(), QStringList {QStringLiteral("Grouped Font")});
+
+        // Names with code-page bytes and \uN escapes.
+        readText("{\\rtf1\\ansi{\\fonttbl\\f0\\fnil\\fcharset0 Caf\\'e9\\u8364 ? Sans;"
+                 "\\f1\\fnil\\fcharset134 \\'cb\\'ce\\'cc\\'e5;}\\f0 a\\f1 b}",
+                 &document);
+        QCOMPARE(formatAt(document, 0).fontFamilies().toStringList(), QStringList {QString::fromUtf8("Café€ Sans")});
+        QCOMPARE(formatAt(document, 1).fontFamilies().toStringList(), QStringList {QString::fromUtf8("宋体")});
     }
 
     void colourTablesIncludingExpanded()
