@@ -1,0 +1,249 @@
+// kastrel-benchmark: the whole export of synthetic libraries through the session bus against
+// the two stand-ins, the real path, with the figures that matter printed at the end: wall
+// time, items per second, time per stage, bus round trips per item, the importer's peak
+// memory, the longest time the GUI thread was blocked, and how long `cp -a` takes to copy the
+// same content. Run it through scripts/benchmark, which gives it a private bus and home.
+//
+//   kastrel-benchmark [--items 1000,10000] [--work DIR] [--seed N] [--kinds notes,images,...]
+//   kastrel-benchmark generate --items N --seed S DIR   (used internally, in a child process)
+#include "BenchmarkLibrary.h"
+#include "engine/DBusScriptingBackend.h"
+#include "engine/KSImportOperation.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QProcess>
+#include <QTextStream>
+#include <QThread>
+#include <QTimer>
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace {
+
+QTextStream out(stdout);
+
+qint64 peakResidentKilobytes()
+{
+    struct rusage usage;
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
+
+qint64 currentResidentKilobytes()
+{
+    QFile status(QStringLiteral("/proc/self/statm"));
+    if (!status.open(QIODevice::ReadOnly))
+        return 0;
+    const QList<QByteArray> fields = status.readAll().split(' ');
+    return fields.size() > 1 ? fields.at(1).toLongLong() * (sysconf(_SC_PAGESIZE) / 1024) : 0;
+}
+
+// Notes when each stage begins, and counts the records.
+class TimingDelegate : public KSImportOperationDelegate
+{
+public:
+    QElapsedTimer clock;
+    QList<QPair<QString, qint64>> marks;
+    QStringList errors;
+    qint64 records = 0;
+    quint64 announced = 0;
+
+    void importOperationWillStartImportingRecordsOfType(KSImportOperation *, const QString &type) override
+    {
+        marks.append({type, clock.elapsed()});
+    }
+    void importOperationWillStartImportingRecordsOfType(KSImportOperation *, quint64 count,
+                                                        const QString &type) override
+    {
+        announced = count;
+        marks.append({type, clock.elapsed()});
+    }
+    void importOperationDidImportRecordOfType(KSImportOperation *, const QString &) override { ++records; }
+    void importOperationDidEncounterError(KSImportOperation *, const OVError &error) override
+    {
+        errors.append(QStringLiteral("%1 %2").arg(error.code).arg(error.localizedDescription));
+    }
+    void importOperationDidEnd(KSImportOperation *) override { marks.append({QStringLiteral("end"), clock.elapsed()}); }
+    void importOperationDidCancel(KSImportOperation *) override
+    {
+        marks.append({QStringLiteral("cancel"), clock.elapsed()});
+    }
+};
+
+bool run(const QString &program, const QStringList &arguments, int timeoutSeconds = 3600)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedChannels);
+    process.start(program, arguments);
+    return process.waitForFinished(timeoutSeconds * 1000) && process.exitStatus() == QProcess::NormalExit
+        && process.exitCode() == 0;
+}
+
+QString binary(const QString &name)
+{
+    return QDir(QCoreApplication::applicationDirPath()).filePath(name);
+}
+
+int generate(const QStringList &arguments)
+{
+    // generate --items N --seed S DIR
+    if (arguments.size() != 6)
+        return 2;
+    BenchmarkLibrary::Summary summary;
+    QString error;
+    if (!BenchmarkLibrary::write(arguments.at(5), arguments.at(2).toInt(), arguments.at(4).toUInt(), &summary,
+                                 &error)) {
+        QTextStream(stderr) << "kastrel-benchmark: " << error << '\n';
+        return 1;
+    }
+    return 0;
+}
+
+qint64 folderBytes(const QString &path)
+{
+    qint64 total = 0;
+    QDirIterator it(path, QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        it.next();
+        total += it.fileInfo().size();
+    }
+    return total;
+}
+
+int benchmark(int items, const QString &work, quint32 seed, const QStringList &kinds)
+{
+    const QString library = QDir(work).filePath(QStringLiteral("library-%1-%2").arg(items).arg(seed));
+    if (!QFileInfo::exists(QDir(library).filePath(QStringLiteral("library.json")))) {
+        out << "generating " << items << " items into " << library << '\n' << Qt::flush;
+        if (!run(binary(QStringLiteral("kastrel-benchmark")),
+                 {QStringLiteral("generate"), QStringLiteral("--items"), QString::number(items),
+                  QStringLiteral("--seed"), QString::number(seed), library})) {
+            out << "generation failed\n";
+            return 1;
+        }
+    }
+
+    // Fresh target data for every run; the stand-ins are started by the bus on first use.
+    const QString target = QDir(work).filePath(QStringLiteral("target-%1").arg(items));
+    QDir(target).removeRecursively();
+    if (!run(binary(QStringLiteral("kastrel-standin")),
+             {QStringLiteral("install"), QStringLiteral("--library"), library, QStringLiteral("--identifier"),
+              QStringLiteral("com.fendwick.kastrel4"), QStringLiteral("--version"), QStringLiteral("2.5")})
+        || !run(binary(QStringLiteral("nortavel3-standin")),
+                {QStringLiteral("install"), QStringLiteral("--identifier"), QStringLiteral("com.orvantis.Nortavel3"),
+                 QStringLiteral("--version"), QStringLiteral("3.6"), QStringLiteral("--data"), target})) {
+        out << "installing the stand-ins failed\n";
+        return 1;
+    }
+
+    auto backend = std::make_shared<DBusScriptingBackend>();
+    auto operation = std::make_shared<KSImportOperation>(backend);
+    auto delegate = std::make_shared<TimingDelegate>();
+    operation->setDelegate(delegate);
+    QVariantMap options;
+    for (const QString &key : kinds)
+        options.insert(key, true);
+    operation->setImportOptions(options);
+
+    // The GUI thread's longest stall: a timer that should fire every 5 ms, and the worst gap.
+    qint64 longestStall = 0;
+    QElapsedTimer tick;
+    QTimer heartbeat;
+    heartbeat.setInterval(5);
+    QObject::connect(&heartbeat, &QTimer::timeout, [&] { longestStall = qMax(longestStall, tick.restart() - 5); });
+
+    const qint64 baseMemory = currentResidentKilobytes();
+    QEventLoop loop;
+    QThread *worker = QThread::create([operation] { operation->main(); });
+    QObject::connect(worker, &QThread::finished, &loop, &QEventLoop::quit);
+    delegate->clock.start();
+    tick.start();
+    heartbeat.start();
+    worker->start();
+    loop.exec();
+    heartbeat.stop();
+    const qint64 wall = delegate->clock.elapsed();
+    worker->wait();
+    delete worker;
+    const qint64 peakMemory = peakResidentKilobytes();
+    const quint64 roundTrips = backend->roundTripCount();
+
+    // The same content copied the plain way, into a fresh folder on the same disk.
+    const QString copy = QDir(work).filePath(QStringLiteral("copy-%1").arg(items));
+    QDir(copy).removeRecursively();
+    QElapsedTimer copyClock;
+    copyClock.start();
+    run(QStringLiteral("cp"), {QStringLiteral("-a"), QDir(library).filePath(QStringLiteral("content")), copy});
+    const qint64 copyTime = copyClock.elapsed();
+    const qint64 contentBytes = folderBytes(copy);
+    QDir(copy).removeRecursively();
+
+    out << "\n== " << items << " items (" << contentBytes / (1024 * 1024) << " MB of content) ==\n";
+    if (!delegate->errors.isEmpty())
+        out << "errors: " << delegate->errors.join(QStringLiteral("; ")) << '\n';
+    out << "records exported:            " << delegate->records << " of " << delegate->announced << '\n';
+    out << "wall time:                   " << wall / 1000.0 << " s\n";
+    out << "items per second:            " << (wall ? items * 1000.0 / wall : 0) << '\n';
+    out << "time per item:               " << (items ? wall * 1000.0 / items : 0) << " us\n";
+    qint64 previous = 0;
+    QString previousName = QStringLiteral("checks and folder");
+    for (const auto &mark : delegate->marks) {
+        out << "  stage " << previousName.leftJustified(22) << (mark.second - previous) / 1000.0 << " s\n";
+        previous = mark.second;
+        previousName = mark.first == QLatin1String("end") ? QString() : mark.first;
+        if (mark.first == QLatin1String("Items"))
+            previousName = QStringLiteral("Items (+ library file)");
+    }
+    out << "bus round trips per item:    " << (items ? double(roundTrips) / items : 0) << " (" << roundTrips
+        << " in all)\n";
+    out << "peak resident memory:        " << peakMemory / 1024 << " MB (base " << baseMemory / 1024 << " MB, "
+        << (items ? double(peakMemory - baseMemory) / items : 0) << " KB per item above it)\n";
+    out << "longest GUI-thread stall:    " << longestStall << " ms\n";
+    out << "cp -a of the content:        " << copyTime / 1000.0 << " s\n";
+    out << "export / copy:               " << (copyTime ? double(wall) / copyTime : 0)
+        << (kinds.size() < 7 ? " (only " + kinds.join(QLatin1Char(',')) + " exported; the copy is of everything)"
+                             : QString())
+        << '\n'
+        << Qt::flush;
+    return delegate->errors.isEmpty() && delegate->records == qint64(delegate->announced) ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QGuiApplication application(argc, argv);
+    const QStringList arguments = application.arguments();
+    if (arguments.size() > 1 && arguments.at(1) == QLatin1String("generate"))
+        return generate(arguments.mid(1));
+
+    QList<int> sizes {1000, 10000};
+    QString work = QDir::temp().filePath(QStringLiteral("kastrel-benchmark"));
+    quint32 seed = 1;
+    QStringList kinds {QStringLiteral("notes"),      QStringLiteral("bookmarks"), QStringLiteral("serialNumbers"),
+                       QStringLiteral("passwords"),  QStringLiteral("images"),    QStringLiteral("PDFs"),
+                       QStringLiteral("webArchives")};
+    for (int i = 1; i + 1 < arguments.size(); i += 2) {
+        if (arguments.at(i) == QLatin1String("--items")) {
+            sizes.clear();
+            for (const QString &size : arguments.at(i + 1).split(QLatin1Char(',')))
+                sizes.append(size.toInt());
+        } else if (arguments.at(i) == QLatin1String("--work")) {
+            work = arguments.at(i + 1);
+        } else if (arguments.at(i) == QLatin1String("--kinds")) {
+            kinds = arguments.at(i + 1).split(QLatin1Char(','));
+        } else if (arguments.at(i) == QLatin1String("--seed")) {
+            seed = arguments.at(i + 1).toUInt();
+        }
+    }
+    QDir().mkpath(work);
+    out << "machine: " << QThread::idealThreadCount() << " cores, " << QSysInfo::prettyProductName() << '\n';
+    int status = 0;
+    for (const int size : sizes)
+        status |= benchmark(size, work, seed, kinds);
+    return status;
+}
