@@ -32,12 +32,39 @@ QString infoText(const poppler::document &document, const char *key)
 // read is simply a document, so its messages are not wanted.
 void ignorePopplerMessage(const std::string &, void *) { }
 
+// Poppler sets up its global state (fonts, encodings) when the first document is opened and
+// tears it down when the last one closes: one small document kept open for the life of the
+// process spares every PDF of a large export that set-up.
+void keepPopplerReady()
+{
+    static const std::unique_ptr<poppler::document> keeper = [] {
+        const QList<QByteArray> objects
+            = {"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
+               "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 10 10] >>"};
+        QByteArray pdf = "%PDF-1.4\n";
+        QByteArray offsets;
+        for (int i = 0; i < objects.size(); ++i) {
+            offsets += QByteArray::number(pdf.size()).rightJustified(10, '0') + " 00000 n \n";
+            pdf += QByteArray::number(i + 1) + " 0 obj\n" + objects.at(i) + "\nendobj\n";
+        }
+        const qsizetype xref = pdf.size();
+        pdf += "xref\n0 4\n0000000000 65535 f \n" + offsets + "trailer\n<< /Size 4 /Root 1 0 R >>\nstartxref\n"
+            + QByteArray::number(xref) + "\n%%EOF\n";
+        static QByteArray bytes; // the document reads from these bytes for as long as it lives
+        bytes = pdf;
+        return std::unique_ptr<poppler::document>(
+            poppler::document::load_from_raw_data(bytes.constData(), int(bytes.size())));
+    }();
+    Q_UNUSED(keeper)
+}
+
 } // namespace
 
 qint64 KSImportOperation::itemTypeForPDFAtPath(const QString &path)
 {
     static const bool quiet = (poppler::set_debug_error_function(ignorePopplerMessage, nullptr), true);
     Q_UNUSED(quiet)
+    keepPopplerReady();
     QString creator;
     QString subject;
     const QByteArray encoded = QFile::encodeName(path);

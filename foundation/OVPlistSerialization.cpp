@@ -487,24 +487,21 @@ public:
 private:
     void indent(int depth) { m_out->append(QByteArray(depth, '\t')); }
 
+    // Whole runs between the three characters that need escaping are copied at once: the
+    // library file of a large export is mostly strings.
     void escaped(const QString &text)
     {
         const QByteArray utf8 = text.toUtf8();
-        for (const char c : utf8) {
-            switch (c) {
-            case '<':
-                m_out->append("&lt;");
-                break;
-            case '>':
-                m_out->append("&gt;");
-                break;
-            case '&':
-                m_out->append("&amp;");
-                break;
-            default:
-                m_out->append(c);
+        const char *run = utf8.constData();
+        const char *const end = run + utf8.size();
+        for (const char *c = run; c != end; ++c) {
+            const char *replacement = *c == '<' ? "&lt;" : *c == '>' ? "&gt;" : *c == '&' ? "&amp;" : nullptr;
+            if (replacement) {
+                m_out->append(run, c - run).append(replacement);
+                run = c + 1;
             }
         }
+        m_out->append(run, end - run);
     }
 
     void element(int depth, const char *tag, const QByteArray &text)

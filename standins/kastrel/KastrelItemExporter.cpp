@@ -5,7 +5,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 namespace {
 
@@ -43,11 +42,18 @@ QString freeFileName(const QDir &folder, const QString &base, const QString &ext
     }
 }
 
+// A plain write, as an application's export is: no flush to the disk per file, which would
+// make the stand-in, not the importer, the slow part of a large export.
 bool writeFile(const QString &path, const QByteArray &bytes, QString *error)
 {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly))
         return setError(error, QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));
+    if (file.write(bytes) != bytes.size()) {
+        const QString reason = file.errorString();
+        file.remove(); // only what this call created
+        return setError(error, QStringLiteral("cannot write %1: %2").arg(path, reason));
+    }
     return true;
 }
 
