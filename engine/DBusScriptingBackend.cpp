@@ -11,6 +11,7 @@
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QHash>
+#include <QSet>
 #include <atomic>
 
 struct DBusScriptingState
@@ -97,11 +98,21 @@ QVariant plainValue(const QVariant &value)
     return value;
 }
 
-QVariantMap plainProperties(const QVariantMap &properties)
+// Every object answers the same few property names: one shared copy of each name, instead of
+// one per object, keeps the cache of a large library small.
+QVariantMap plainProperties(const QVariantMap &properties, QSet<QString> *names = nullptr)
 {
     QVariantMap plain;
-    for (auto it = properties.constBegin(); it != properties.constEnd(); ++it)
-        plain.insert(it.key(), plainValue(it.value()));
+    for (auto it = properties.constBegin(); it != properties.constEnd(); ++it) {
+        if (!names) {
+            plain.insert(it.key(), plainValue(it.value()));
+            continue;
+        }
+        auto name = names->constFind(it.key());
+        if (name == names->constEnd())
+            name = names->insert(it.key());
+        plain.insert(*name, plainValue(it.value()));
+    }
     return plain;
 }
 
@@ -188,11 +199,12 @@ private:
                 QStringLiteral("Properties"), about,
                 QStringLiteral("%1 dictionaries answered for %2 objects").arg(dictionaries.size()).arg(objects.size()));
         for (qsizetype i = 0; i < objects.size(); ++i)
-            m_properties.insert(objects.at(i), plainProperties(dictionaries.at(i)));
+            m_properties.insert(objects.at(i), plainProperties(dictionaries.at(i), &m_propertyNames));
     }
 
     DBusCaller m_caller;
     QHash<QString, QVariantMap> m_properties;
+    QSet<QString> m_propertyNames;
 };
 
 class DBusNortavelScripting : public NortavelScripting

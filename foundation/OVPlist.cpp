@@ -3,20 +3,46 @@
 
 #include <QSharedData>
 #include <limits>
+#include <variant>
 
+// One node of a tree; a large library file holds millions, so it keeps only what every kind
+// needs: the kind, the scalar bits, and one payload of the kind's own type.
 class OVPlistData : public QSharedData
 {
 public:
     OVPlist::Type type = OVPlist::Type::Invalid;
     bool isUnsigned = false; // integer stored in `bits` above the signed range
-    quint64 bits = 0; // integer (two's complement), UID
-    double real = 0.0;
     bool boolean = false;
-    QString string;
-    QByteArray data;
-    QDateTime date;
-    OVPlist::Array array;
-    OVPlist::Dictionary dictionary;
+    union {
+        quint64 bits = 0; // integer (two's complement), UID
+        double real;
+    };
+    std::variant<std::monostate, QString, QByteArray, QDateTime, OVPlist::Array, OVPlist::Dictionary> payload;
+
+    // The payload as `T`, made so when it is not: only the node's own kind ever asks.
+    template<class T> T &slot()
+    {
+        if (!std::holds_alternative<T>(payload))
+            payload.template emplace<T>();
+        return std::get<T>(payload);
+    }
+    template<class T> const T &slot() const
+    {
+        static const T empty;
+        const T *value = std::get_if<T>(&payload);
+        return value ? *value : empty;
+    }
+
+    QString &string() { return slot<QString>(); }
+    const QString &string() const { return slot<QString>(); }
+    QByteArray &data() { return slot<QByteArray>(); }
+    const QByteArray &data() const { return slot<QByteArray>(); }
+    QDateTime &date() { return slot<QDateTime>(); }
+    const QDateTime &date() const { return slot<QDateTime>(); }
+    OVPlist::Array &array() { return slot<OVPlist::Array>(); }
+    const OVPlist::Array &array() const { return slot<OVPlist::Array>(); }
+    OVPlist::Dictionary &dictionary() { return slot<OVPlist::Dictionary>(); }
+    const OVPlist::Dictionary &dictionary() const { return slot<OVPlist::Dictionary>(); }
 };
 
 namespace {
@@ -35,7 +61,7 @@ OVPlist::OVPlist() = default;
 OVPlist::OVPlist(const QString &string)
     : d(makeData(Type::String))
 {
-    d->string = string;
+    d->string() = string;
 }
 
 OVPlist::OVPlist(const char *utf8String)
@@ -90,33 +116,33 @@ OVPlist::OVPlist(bool value)
 OVPlist::OVPlist(const QDateTime &date)
     : d(makeData(Type::Date))
 {
-    d->date = date.toUTC();
+    d->date() = date.toUTC();
 }
 
 OVPlist::OVPlist(const QByteArray &data)
     : d(makeData(Type::Data))
 {
-    d->data = data;
+    d->data() = data;
 }
 
 OVPlist::OVPlist(const Array &array)
     : d(makeData(Type::Array))
 {
-    d->array = array;
+    d->array() = array;
 }
 
 OVPlist::OVPlist(const QStringList &strings)
     : d(makeData(Type::Array))
 {
-    d->array.reserve(strings.size());
+    d->array().reserve(strings.size());
     for (const QString &string : strings)
-        d->array.append(OVPlist(string));
+        d->array().append(OVPlist(string));
 }
 
 OVPlist::OVPlist(const Dictionary &dictionary)
     : d(makeData(Type::Dictionary))
 {
-    d->dictionary = dictionary;
+    d->dictionary() = dictionary;
 }
 
 OVPlist::OVPlist(const OVPlist &other) = default;
@@ -162,7 +188,7 @@ bool OVPlist::isUnsignedInteger() const
 
 QString OVPlist::toString(const QString &fallback) const
 {
-    return isString() ? d->string : fallback;
+    return isString() ? d->string() : fallback;
 }
 
 qint64 OVPlist::toInteger(qint64 fallback) const
@@ -222,12 +248,12 @@ bool OVPlist::toBool(bool fallback) const
 
 QDateTime OVPlist::toDate() const
 {
-    return isDate() ? d->date : QDateTime();
+    return isDate() ? d->date() : QDateTime();
 }
 
 QByteArray OVPlist::toData() const
 {
-    return isData() ? d->data : QByteArray();
+    return isData() ? d->data() : QByteArray();
 }
 
 quint64 OVPlist::toUid(quint64 fallback) const
@@ -237,12 +263,12 @@ quint64 OVPlist::toUid(quint64 fallback) const
 
 OVPlist::Array OVPlist::toArray() const
 {
-    return isArray() ? d->array : Array();
+    return isArray() ? d->array() : Array();
 }
 
 OVPlist::Dictionary OVPlist::toDictionary() const
 {
-    return isDictionary() ? d->dictionary : Dictionary();
+    return isDictionary() ? d->dictionary() : Dictionary();
 }
 
 QStringList OVPlist::toStringList() const
@@ -250,8 +276,8 @@ QStringList OVPlist::toStringList() const
     QStringList strings;
     if (!isArray())
         return strings;
-    strings.reserve(d->array.size());
-    for (const OVPlist &member : d->array) {
+    strings.reserve(d->array().size());
+    for (const OVPlist &member : d->array()) {
         if (member.isString())
             strings.append(member.toString());
     }
@@ -261,17 +287,17 @@ QStringList OVPlist::toStringList() const
 qsizetype OVPlist::size() const
 {
     if (isArray())
-        return d->array.size();
+        return d->array().size();
     if (isDictionary())
-        return d->dictionary.size();
+        return d->dictionary().size();
     return 0;
 }
 
 OVPlist OVPlist::at(qsizetype index) const
 {
-    if (!isArray() || index < 0 || index >= d->array.size())
+    if (!isArray() || index < 0 || index >= d->array().size())
         return OVPlist();
-    return d->array.at(index);
+    return d->array().at(index);
 }
 
 void OVPlist::append(const OVPlist &value)
@@ -279,23 +305,23 @@ void OVPlist::append(const OVPlist &value)
     if (!isValid())
         d = makeData(Type::Array);
     if (isArray())
-        d->array.append(value);
+        d->array().append(value);
 }
 
 OVPlist &OVPlist::operator[](qsizetype index)
 {
-    Q_ASSERT(isArray() && index >= 0 && index < d->array.size());
-    return d->array[index];
+    Q_ASSERT(isArray() && index >= 0 && index < d->array().size());
+    return d->array()[index];
 }
 
 bool OVPlist::contains(const QString &key) const
 {
-    return isDictionary() && d->dictionary.contains(key);
+    return isDictionary() && d->dictionary().contains(key);
 }
 
 OVPlist OVPlist::value(const QString &key) const
 {
-    return isDictionary() ? d->dictionary.value(key) : OVPlist();
+    return isDictionary() ? d->dictionary().value(key) : OVPlist();
 }
 
 void OVPlist::insert(const QString &key, const OVPlist &value)
@@ -303,18 +329,18 @@ void OVPlist::insert(const QString &key, const OVPlist &value)
     if (!isValid())
         d = makeData(Type::Dictionary);
     if (isDictionary())
-        d->dictionary.insert(key, value);
+        d->dictionary().insert(key, value);
 }
 
 void OVPlist::remove(const QString &key)
 {
     if (isDictionary())
-        d->dictionary.remove(key);
+        d->dictionary().remove(key);
 }
 
 QStringList OVPlist::keys() const
 {
-    return isDictionary() ? d->dictionary.keys() : QStringList();
+    return isDictionary() ? d->dictionary().keys() : QStringList();
 }
 
 OVPlist &OVPlist::operator[](const QString &key)
@@ -322,15 +348,15 @@ OVPlist &OVPlist::operator[](const QString &key)
     if (!isValid())
         d = makeData(Type::Dictionary);
     Q_ASSERT(isDictionary());
-    return d->dictionary[key];
+    return d->dictionary()[key];
 }
 
 OVPlist *OVPlist::find(const QString &key)
 {
     if (!isDictionary())
         return nullptr;
-    const auto it = d->dictionary.find(key);
-    return it == d->dictionary.end() ? nullptr : &it.value();
+    const auto it = d->dictionary().find(key);
+    return it == d->dictionary().end() ? nullptr : &it.value();
 }
 
 bool OVPlist::operator==(const OVPlist &other) const
@@ -343,7 +369,7 @@ bool OVPlist::operator==(const OVPlist &other) const
     case Type::Invalid:
         return true;
     case Type::String:
-        return d->string == other.d->string;
+        return d->string() == other.d->string();
     case Type::Integer:
         return d->bits == other.d->bits && d->isUnsigned == other.d->isUnsigned;
     case Type::Uid:
@@ -353,13 +379,13 @@ bool OVPlist::operator==(const OVPlist &other) const
     case Type::Boolean:
         return d->boolean == other.d->boolean;
     case Type::Date:
-        return d->date == other.d->date;
+        return d->date() == other.d->date();
     case Type::Data:
-        return d->data == other.d->data;
+        return d->data() == other.d->data();
     case Type::Array:
-        return d->array == other.d->array;
+        return d->array() == other.d->array();
     case Type::Dictionary:
-        return d->dictionary == other.d->dictionary;
+        return d->dictionary() == other.d->dictionary();
     }
     return false;
 }
@@ -397,7 +423,7 @@ QString OVPlist::debugDescription() const
     case Type::Invalid:
         return QStringLiteral("(invalid)");
     case Type::String:
-        return QLatin1Char('"') + d->string + QLatin1Char('"');
+        return QLatin1Char('"') + d->string() + QLatin1Char('"');
     case Type::Integer:
         return d->isUnsigned ? QString::number(d->bits) : QString::number(static_cast<qint64>(d->bits));
     case Type::Real:
@@ -405,20 +431,20 @@ QString OVPlist::debugDescription() const
     case Type::Boolean:
         return d->boolean ? QStringLiteral("true") : QStringLiteral("false");
     case Type::Date:
-        return d->date.toString(Qt::ISODateWithMs);
+        return d->date().toString(Qt::ISODateWithMs);
     case Type::Data:
-        return QStringLiteral("<%1 bytes>").arg(d->data.size());
+        return QStringLiteral("<%1 bytes>").arg(d->data().size());
     case Type::Uid:
         return QStringLiteral("UID(%1)").arg(d->bits);
     case Type::Array: {
         QStringList parts;
-        for (const OVPlist &member : d->array)
+        for (const OVPlist &member : d->array())
             parts.append(member.debugDescription());
         return QLatin1Char('(') + parts.join(QStringLiteral(", ")) + QLatin1Char(')');
     }
     case Type::Dictionary: {
         QStringList parts;
-        for (auto it = d->dictionary.cbegin(); it != d->dictionary.cend(); ++it)
+        for (auto it = d->dictionary().cbegin(); it != d->dictionary().cend(); ++it)
             parts.append(it.key() + QStringLiteral(" = ") + it.value().debugDescription());
         return QLatin1Char('{') + parts.join(QStringLiteral("; ")) + QLatin1Char('}');
     }

@@ -469,6 +469,13 @@ QByteArray integerText(const OVPlist &value)
 class XmlWriter
 {
 public:
+    static constexpr qsizetype flushThreshold = 256 * 1024;
+
+    // Text written so far goes to `sink` whenever a piece is large; the rest stays in the
+    // output array for the caller to write.
+    void setSink(QIODevice *sink) { m_sink = sink; }
+    bool sinkFailed() const { return m_sinkFailed; }
+
     bool write(const OVPlist &root, QByteArray &out, OVError *error)
     {
         const CNumericLocale cLocale; // "%.17g" must print a point whatever LC_NUMERIC says
@@ -485,7 +492,22 @@ public:
     }
 
 private:
-    void indent(int depth) { m_out->append(QByteArray(depth, '\t')); }
+    void indent(int depth)
+    {
+        static const QByteArray tabs(OVPlistSerialization::maximumDepth + 2, '\t');
+        m_out->append(tabs.constData(), qMin<qsizetype>(depth, tabs.size()));
+    }
+
+    // With a device to write to, the text goes out in pieces as it is made, so a large
+    // library file never stands whole in memory beside its tree.
+    void flushIfLarge()
+    {
+        if (!m_sink || m_out->size() < flushThreshold)
+            return;
+        if (m_sink->write(*m_out) != m_out->size())
+            m_sinkFailed = true;
+        m_out->clear();
+    }
 
     // Whole runs between the three characters that need escaping are copied at once: the
     // library file of a large export is mostly strings.
@@ -573,6 +595,7 @@ private:
             for (const OVPlist &member : members) {
                 if (!value(member, depth + 1))
                     return false;
+                flushIfLarge();
             }
             indent(depth);
             m_out->append("</array>\n");
@@ -593,6 +616,7 @@ private:
                 m_out->append("</key>\n");
                 if (!value(it.value(), depth + 1))
                     return false;
+                flushIfLarge();
             }
             indent(depth);
             m_out->append("</dict>\n");
@@ -602,6 +626,8 @@ private:
         return false;
     }
 
+    QIODevice *m_sink = nullptr;
+    bool m_sinkFailed = false;
     QByteArray *m_out = nullptr;
 };
 
@@ -935,6 +961,16 @@ QByteArray OVPlistSerialization::dataWithPropertyList(const OVPlist &plist, Form
 
 bool OVPlistSerialization::writePropertyList(const OVPlist &plist, QIODevice *device, Format format, OVError *error)
 {
+    if (format == Format::Xml && device && device->isWritable()) {
+        QByteArray rest;
+        XmlWriter writer;
+        writer.setSink(device);
+        if (!writer.write(plist, rest, error))
+            return false;
+        if (writer.sinkFailed() || device->write(rest) != rest.size())
+            return fail(error, FileWriteError, "The property list could not be written.");
+        return true;
+    }
     const QByteArray bytes = dataWithPropertyList(plist, format, error);
     if (bytes.isEmpty())
         return false;
