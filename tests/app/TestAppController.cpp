@@ -8,12 +8,14 @@
 #include "engine/KSImportOperation.h"
 #include "foundation/OVMainThread.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QGuiApplication>
 #include <QMainWindow>
 #include <QPushButton>
 #include <QScreen>
 #include <QTextEdit>
+#include <QTimer>
 #include <QtTest>
 
 using namespace AppTestSupport;
@@ -213,6 +215,35 @@ private slots:
         QCOMPARE(m_alerts->alerts.first().messageText, QStringLiteral("An error occurred while exporting."));
         controller.importPanel()->waitForOperation();
         QCOMPARE(m_termination->count, 1);
+    }
+
+    void mainEventLoopEndsAfterTheExport()
+    {
+        m_termination.reset(); // the real termination: the main event loop ends
+        auto applications = applicationsWithItems(2);
+        AppController controller(applications);
+        controller.applicationWillFinishLaunching();
+        QTimer::singleShot(0, &controller, &AppController::import);
+        QCOMPARE(QApplication::exec(), 0);
+        QVERIFY(!controller.importPanel()->isVisible());
+        QCOMPARE(applications->importCalls().size(), 1);
+    }
+
+    void mainEventLoopEndsAfterAnErrorAndTheRunIsLeft()
+    {
+        m_termination.reset();
+        auto applications = applicationsWithItems(3);
+        // A note cannot be exported: an error alert, then termination while the
+        // run still has items to go.
+        InMemoryKastrel source = applications->kastrel(Source);
+        source.setExportFails(source.addItem(KastrelItemKind::Note, QStringLiteral("N0"), QStringLiteral("Broken")));
+        std::unique_ptr<AppController> controller = std::make_unique<AppController>(applications);
+        QTimer::singleShot(0, controller.get(), &AppController::import);
+        QCOMPARE(QApplication::exec(), 0);
+        QCOMPARE(m_alerts->alerts.size(), 1);
+        // Going away waits for the run's thread, which stops at its next look at the flag.
+        controller.reset();
+        QCOMPARE(m_alerts->alerts.size(), 1);
     }
 
     void quitButtonTerminates()

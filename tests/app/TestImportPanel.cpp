@@ -2,6 +2,7 @@
 // termination after it, cancelling, and whole runs on its worker thread against the
 // applications in memory.
 #include "AppTestSupport.h"
+#include "app/KSImportOptions.h"
 #include "app/KSImportPanel.h"
 #include "app/KSProgressIndicator.h"
 #include "engine/KSImportOperation.h"
@@ -31,15 +32,10 @@ private:
         return std::make_unique<KSImportPanel>(m_window.get(), std::move(backend));
     }
 
-    void show(KSImportPanel &panel, const QVariantMap &options = {})
+    void show(KSImportPanel &panel)
     {
-        QVariantMap all = options;
-        if (all.isEmpty()) {
-            for (const char *key :
-                 {"notes", "bookmarks", "serialNumbers", "passwords", "images", "PDFs", "webArchives"})
-                all.insert(QString::fromLatin1(key), true);
-        }
-        panel.showSheetOnWindow(m_window.get(), all, [this](int returnCode) { m_returnCodes.append(returnCode); });
+        panel.showSheetOnWindow(m_window.get(), KSImportOptions::allOptions(true),
+                                [this](int returnCode) { m_returnCodes.append(returnCode); });
     }
 
     static QString label(KSImportPanel &panel, const char *name)
