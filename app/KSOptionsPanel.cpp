@@ -54,15 +54,15 @@ void KSOptionsPanel::showOptionsSheetOnWindow(QWidget *parentWindow, const QVari
 
 void KSOptionsPanel::showOptions()
 {
-    // The copy is filled back by the boxes' own signals, so it must be taken whole first.
-    const QVariantMap options = m_importOptions;
     const auto boxes = findChildren<QCheckBox *>();
     for (QCheckBox *box : boxes) {
         const QString key = box->property(OptionKeyProperty).toString();
-        if (!key.isEmpty()) {
-            const QSignalBlocker blocker(box);
-            box->setChecked(options.value(key).toBool());
-        }
+        if (key.isEmpty())
+            continue;
+        // Blocked, so showing a value does not store it: a key missing from the options
+        // stays missing until the person ticks its box.
+        const QSignalBlocker blocker(box);
+        box->setChecked(m_importOptions.value(key).toBool());
     }
 }
 
