@@ -2,9 +2,10 @@
 // the two stand-ins, the real path, with the figures that matter printed at the end: wall
 // time, items per second, time per stage, bus round trips per item, the importer's peak
 // memory, the longest time the GUI thread was blocked, and how long `cp -a` takes to copy the
-// same content. Run it through scripts/benchmark, which gives it a private bus and home.
+// same content. Run it through scripts/benchmark, which gives every size a private bus, fresh
+// stand-ins and a process of its own (peak memory is the process's).
 //
-//   kastrel-benchmark [--items 1000,10000] [--work DIR] [--seed N] [--kinds notes,images,...]
+//   kastrel-benchmark [--items N] [--work DIR] [--seed N] [--kinds notes,images,...]
 //   kastrel-benchmark generate --items N --seed S DIR   (used internally, in a child process)
 #include "BenchmarkLibrary.h"
 #include "engine/DBusScriptingBackend.h"
@@ -229,9 +230,7 @@ int main(int argc, char *argv[])
                        QStringLiteral("webArchives")};
     for (int i = 1; i + 1 < arguments.size(); i += 2) {
         if (arguments.at(i) == QLatin1String("--items")) {
-            sizes.clear();
-            for (const QString &size : arguments.at(i + 1).split(QLatin1Char(',')))
-                sizes.append(size.toInt());
+            size = arguments.at(i + 1).toInt();
         } else if (arguments.at(i) == QLatin1String("--work")) {
             work = arguments.at(i + 1);
         } else if (arguments.at(i) == QLatin1String("--kinds")) {
@@ -242,8 +241,5 @@ int main(int argc, char *argv[])
     }
     QDir().mkpath(work);
     out << "machine: " << QThread::idealThreadCount() << " cores, " << QSysInfo::prettyProductName() << '\n';
-    int status = 0;
-    for (const int size : sizes)
-        status |= benchmark(size, work, seed, kinds);
-    return status;
+    return benchmark(size, work, seed, kinds);
 }
