@@ -222,7 +222,7 @@ int main(int argc, char *argv[])
     if (arguments.size() > 1 && arguments.at(1) == QLatin1String("generate"))
         return generate(arguments.mid(1));
 
-    QList<int> sizes {1000, 10000};
+    int size = 1000;
     QString work = QDir::temp().filePath(QStringLiteral("kastrel-benchmark"));
     quint32 seed = 1;
     QStringList kinds {QStringLiteral("notes"),      QStringLiteral("bookmarks"), QStringLiteral("serialNumbers"),
