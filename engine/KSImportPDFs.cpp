@@ -104,7 +104,8 @@ bool KSImportOperation::importPDFs()
         // The source's own name is kept when it is free; it is not sanitised.
         const QString fileName = OVExtensions::makeFilenameUniqueInDirectoryAtURL(QFileInfo(stagedPath).fileName(),
                                                                                   QUrl::fromLocalFile(folder));
-        const QString destination = QDir(folder).filePath(fileName);
+        // Not QDir::filePath(): it answers a name beginning with ":" (a resource path) unchanged.
+        const QString destination = folder + QLatin1Char('/') + fileName;
         QFile staged(stagedPath);
         if (!staged.rename(destination)) {
             writeLog(OVStringWithFormat(QStringLiteral("Unable to move PDF file from %@ to %@: %@"),

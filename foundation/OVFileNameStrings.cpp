@@ -79,8 +79,10 @@ QString stringSanitizedForFileName(const QString &title)
 
 QString makeFilenameUniqueInDirectoryAtURL(const QString &name, const QUrl &directory)
 {
-    const QDir folder(directory.toLocalFile());
-    if (!itemExists(folder.filePath(name)))
+    // Joined by hand: QDir::filePath() takes a name beginning with ":" for a resource path
+    // and answers it unchanged, and source applications write names like ":Report.pdf".
+    const QString folder = directory.toLocalFile() + QLatin1Char('/');
+    if (!itemExists(folder + name))
         return name;
 
     const QString base = stringByDeletingPathExtension(name);
@@ -91,7 +93,7 @@ QString makeFilenameUniqueInDirectoryAtURL(const QString &name, const QUrl &dire
         if (!extension.isEmpty())
             candidate += QLatin1Char('.') + extension;
         // The test is made on the name as formed; only the answer is sanitised.
-        if (!itemExists(folder.filePath(candidate)))
+        if (!itemExists(folder + candidate))
             break;
     }
     return stringSanitizedForFileName(candidate.mid(lastComponentStart(candidate)));

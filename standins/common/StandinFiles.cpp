@@ -26,7 +26,8 @@ bool copyTree(const QString &source, const QString &destination, QString *error)
         QDirIterator it(source, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
         while (copied && it.hasNext()) {
             it.next();
-            if (!copyTree(it.filePath(), QDir(destination).filePath(it.fileName()), error))
+            // Not QDir::filePath(): a member named ":x" would be taken for a resource path.
+            if (!copyTree(it.filePath(), destination + QLatin1Char('/') + it.fileName(), error))
                 return false;
         }
     } else {

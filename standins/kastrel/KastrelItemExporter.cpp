@@ -29,6 +29,13 @@ QString truncatedToBytes(const QString &text, qsizetype bytes)
     return result;
 }
 
+// `name` inside `folder`. Not QDir::filePath(): it answers a name beginning with ":" (a
+// resource path, as for an item named "/Report") unchanged.
+QString pathInFolder(const QDir &folder, const QString &name)
+{
+    return folder.path() + QLatin1Char('/') + name;
+}
+
 // "base.ext", or "base 2.ext", "base 3.ext", ... when the name is taken.
 QString freeFileName(const QDir &folder, const QString &base, const QString &extension)
 {
@@ -37,7 +44,7 @@ QString freeFileName(const QDir &folder, const QString &base, const QString &ext
         const QString counter = number == 1 ? QString() : QStringLiteral(" %1").arg(number);
         const qsizetype room = kMaximumFileNameBytes - (counter + suffix).toUtf8().size();
         const QString name = truncatedToBytes(base, room) + counter + suffix;
-        if (!QFileInfo::exists(folder.filePath(name)) && !QFileInfo(folder.filePath(name)).isSymLink())
+        if (!QFileInfo::exists(pathInFolder(folder, name)) && !QFileInfo(pathInFolder(folder, name)).isSymLink())
             return name;
     }
 }
@@ -117,7 +124,7 @@ QString exportItem(const KastrelItem &item, const QString &folder, QString *erro
         const QFileInfo source(item.file);
         const QString extension
             = source.isDir() && source.suffix().isEmpty() ? QStringLiteral("rtfd") : source.suffix();
-        const QString path = directory.filePath(freeFileName(directory, base, extension));
+        const QString path = pathInFolder(directory, freeFileName(directory, base, extension));
         if (!StandinFiles::copyTree(item.file, path, error)) {
             QDir(path).removeRecursively();
             QFile::remove(path);
@@ -128,12 +135,12 @@ QString exportItem(const KastrelItem &item, const QString &folder, QString *erro
 
     switch (item.kind) {
     case KastrelItemKind::Note: {
-        const QString path = directory.filePath(freeFileName(directory, base, QStringLiteral("txt")));
+        const QString path = pathInFolder(directory, freeFileName(directory, base, QStringLiteral("txt")));
         return writeFile(path, item.text.toUtf8(), error) ? path : QString();
     }
     case KastrelItemKind::SerialNumber:
     case KastrelItemKind::Password: {
-        const QString path = directory.filePath(freeFileName(directory, base, QStringLiteral("rtf")));
+        const QString path = pathInFolder(directory, freeFileName(directory, base, QStringLiteral("rtf")));
         return writeFile(path, rtfDocumentForText(item.text), error) ? path : QString();
     }
     case KastrelItemKind::Bookmark:

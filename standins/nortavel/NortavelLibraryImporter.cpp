@@ -23,12 +23,14 @@ QJsonArray problemsToJson(const QList<NortavelLibraryProblem> &problems)
 // "name.ext", then "name 2.ext", ... inside `folder`.
 QString freePath(const QDir &folder, const QString &fileName)
 {
-    QString candidate = folder.filePath(fileName);
+    // Not QDir::filePath(): it answers a name beginning with ":" (a resource path) unchanged.
+    const auto inFolder = [&folder](const QString &name) { return folder.path() + QLatin1Char('/') + name; };
+    QString candidate = inFolder(fileName);
     const qsizetype dot = fileName.lastIndexOf(QLatin1Char('.'));
     const QString base = dot > 0 ? fileName.left(dot) : fileName;
     const QString extension = dot > 0 ? fileName.mid(dot) : QString();
     for (int number = 2; QFileInfo::exists(candidate); ++number)
-        candidate = folder.filePath(QStringLiteral("%1 %2%3").arg(base).arg(number).arg(extension));
+        candidate = inFolder(QStringLiteral("%1 %2%3").arg(base).arg(number).arg(extension));
     return candidate;
 }
 
