@@ -66,8 +66,9 @@ bool replace(const QString &source, const QString &target, QString *errorString)
         setError(errorString, QString::fromLocal8Bit(std::strerror(errno)));
         return false;
     }
-    const QString aside = targetInfo.absolutePath() + QStringLiteral("/.") + targetInfo.fileName()
-        + QStringLiteral(".old-") + QUuid::createUuid().toString(QUuid::WithoutBraces);
+    // Not derived from the target's name, which may already be as long as a name can be.
+    const QString aside
+        = targetInfo.absolutePath() + QStringLiteral("/.old-") + QUuid::createUuid().toString(QUuid::WithoutBraces);
     const QByteArray asideName = QFile::encodeName(aside);
     if (::rename(to.constData(), asideName.constData()) != 0) {
         setError(errorString, QString::fromLocal8Bit(std::strerror(errno)));

@@ -110,7 +110,8 @@ bool RTFDPackage::writeToDirectory(const QString &path, OVError *error) const
                            QStringLiteral("The folder for \u201c%1\u201d doesn\u2019t exist.").arg(path));
         return false;
     }
-    QTemporaryDir staging(parent + QStringLiteral("/.") + target.fileName() + QStringLiteral(".XXXXXX"));
+    // A short name of its own: the package's name may already be as long as a name can be.
+    QTemporaryDir staging(parent + QStringLiteral("/.rtfd-XXXXXX"));
     if (!staging.isValid()) {
         setSaveError(error, target.fileName(), staging.errorString());
         return false;
