@@ -1,5 +1,6 @@
 #include "BenchmarkLibrary.h"
 
+#include "NoteText.h"
 #include "foundation/OVPlist.h"
 #include "foundation/OVPlistSerialization.h"
 
@@ -15,10 +16,6 @@
 
 namespace {
 
-const char *const words[] = {"library", "harbour",  "morning", "invoice", "travel",  "garden", "project",
-                             "meeting", "recipe",   "kitchen", "account", "holiday", "letter", "budget",
-                             "station", "mountain", "river",   "concert", "window",  "yellow", "quiet"};
-
 class Writer
 {
 public:
@@ -31,15 +28,9 @@ public:
     QString error() const { return m_error; }
     qint64 bytes() const { return m_bytes; }
 
-    int between(int low, int high) { return int(m_random.bounded(low, high + 1)); }
+    int between(int low, int high) { return NoteText::between(m_random, low, high); }
 
-    QString words(int count)
-    {
-        QStringList chosen;
-        for (int i = 0; i < count; ++i)
-            chosen.append(QString::fromLatin1(::words[m_random.bounded(int(std::size(::words)))]));
-        return chosen.join(QLatin1Char(' '));
-    }
+    QString words(int count) { return NoteText::words(m_random, count); }
 
     QByteArray randomBytes(int size)
     {
@@ -61,18 +52,7 @@ public:
     }
 
     // RTF of about `size` bytes: paragraphs with bold, italic and coloured runs.
-    QByteArray rtf(int size)
-    {
-        QByteArray text
-            = "{\\rtf1\\ansi\\ansicpg1252\\cocoartf2761\n{\\fonttbl\\f0\\fswiss\\fcharset0 Helvetica;"
-              "\\f1\\fswiss\\fcharset0 Helvetica-Bold;}\n{\\colortbl;\\red255\\green255\\blue255;"
-              "\\red200\\green30\\blue30;}\n\\pard\\tx720\\pardirnatural\\partightenfactor0\n\n\\f0\\fs24 \\cf0 ";
-        while (text.size() < size) {
-            text += words(between(8, 30)).toLatin1() + " {\\b " + words(2).toLatin1() + "} {\\i " + words(3).toLatin1()
-                + "} {\\cf2 " + words(1).toLatin1() + "} caf\\'e9 " + words(between(5, 20)).toLatin1() + ".\\\n";
-        }
-        return text + "}";
-    }
+    QByteArray rtf(int size) { return NoteText::rtf(m_random, size); }
 
     // A real JPEG padded with trailing bytes, which readers ignore, to the wanted size.
     QByteArray image(int size)
