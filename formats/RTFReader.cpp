@@ -16,7 +16,9 @@
 #include <QTextCursor>
 #include <QTextDocument>
 #include <QTextOption>
+#include <array>
 #include <climits>
+#include <optional>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -406,6 +408,38 @@ bool isDigit(char c)
     return c >= '0' && c <= '9';
 }
 
+// Bytes that are text as they are: printable ASCII but the characters with a meaning in RTF.
+// A table, because every byte of a note's text is looked at.
+constexpr std::array<bool, 0x100> plainTextBytes = [] {
+    std::array<bool, 0x100> table {};
+    for (int c = 0x20; c < 0x80; ++c)
+        table[size_t(c)] = c != '{' && c != '}' && c != '\\';
+    return table;
+}();
+
+bool isPlainText(char c)
+{
+    return plainTextBytes[static_cast<unsigned char>(c)];
+}
+
+// The characters QTextCursor::insertText() turns into paragraph breaks.
+bool breaksBlocks(QStringView text)
+{
+    for (const QChar c : text) {
+        switch (c.unicode()) {
+        case u'\n':
+        case u'\r':
+        case QChar::ParagraphSeparator:
+        case 0xFDD0: // QTextBeginningOfFrame
+        case 0xFDD1: // QTextEndOfFrame
+            return true;
+        default:
+            break;
+        }
+    }
+    return false;
+}
+
 QString hyperlinkTarget(const QString &instruction)
 {
     const QString trimmed = instruction.trimmed();
@@ -491,8 +525,10 @@ private:
     void appendByte(char byte);
     void flushBytes();
     void appendText(const QString &text);
+    void appendLatin1(QLatin1String text);
+    void prepareRun();
     void appendCharacter(char16_t character);
-    void flushRun();
+    void insertPendingText(bool endsParagraph);
     void endParagraph();
     void finishBlock();
     QString decodedFontNameBytes() const;
@@ -501,7 +537,9 @@ private:
     bool swallowPlaceholder();
 
     int codePage();
-    QTextCharFormat charFormat(const CharState &state);
+    const QTextCharFormat &charFormat(const CharState &state);
+    QTextCharFormat makeCharFormat(const CharState &state) const;
+    void tablesChanged() { m_formatCache.clear(); }
     QTextBlockFormat blockFormat(const ParaState &state) const;
     QColor color(int index) const;
 
@@ -534,11 +572,30 @@ private:
 
     QByteArray m_pendingBytes;
     int m_pendingCodePage = 0;
-    QString m_run;
-    CharState m_runState;
-    bool m_haveCachedFormat = false;
-    CharState m_cachedState;
-    QTextCharFormat m_cachedFormat;
+    // The text read since the last insertion into the document, with the runs of equal
+    // formatting it is made of. Every insertion into a QTextDocument costs several thousand
+    // instructions whatever its length, so a paragraph goes in with one insertText() in the
+    // formatting of its last run, and only the runs formatted otherwise are set afterwards.
+    struct Run
+    {
+        qsizetype start;
+        CharState state;
+    };
+    QString m_pendingText;
+    std::vector<Run> m_runs;
+    bool m_pendingBreaksBlocks = false; // the text holds characters insertText() makes paragraphs of
+    // Formats already made: a note switches between a handful of them, and making one costs
+    // far more than finding it. Emptied whenever a font or colour table changes.
+    struct CachedFormat
+    {
+        CharState state;
+        QTextCharFormat format;
+    };
+    std::vector<CachedFormat> m_formatCache;
+    // What the cursor's block already carries, so that paragraphs formatted like the one
+    // before them do not set the same formats again.
+    std::optional<ParaState> m_blockPara;
+    std::optional<CharState> m_blockMark;
     QStringList m_links;
 
     QString m_fieldInstruction;
@@ -575,7 +632,7 @@ void Parser::run()
         }
     }
     flushBytes();
-    flushRun();
+    insertPendingText(false);
     if (!m_stack.empty())
         finishBlock();
     m_cursor.endEditBlock();
@@ -857,6 +914,7 @@ void Parser::controlWord(std::string_view word, bool hasParameter, int parameter
         break;
     case Keyword::DefaultFont:
         m_defaultFont = parameter;
+        tablesChanged();
         break;
     case Keyword::FontTable:
         setDestination(Destination::FontTable);
@@ -900,6 +958,7 @@ void Parser::controlWord(std::string_view word, bool hasParameter, int parameter
     case Keyword::ColorTable:
         setDestination(Destination::ColorTable);
         m_colors.clear();
+        tablesChanged();
         m_red = m_green = m_blue = -1;
         break;
     case Keyword::Red:
@@ -1182,16 +1241,15 @@ void Parser::textBytes()
     // Plain ASCII text in the document goes in as one chunk.
     if (dest == Destination::Text && m_unicodeSkipRemaining == 0 && !current().swallowAttachmentCharacter) {
         const qsizetype start = m_pos;
-        while (m_pos < m_size) {
-            const auto c = static_cast<unsigned char>(m_data[m_pos]);
-            if (c < 0x20 || c >= 0x80 || c == '{' || c == '}' || c == '\\')
-                break;
-            ++m_pos;
-        }
+        const char *const end = m_data + m_size;
+        const char *c = m_data + m_pos;
+        while (c != end && isPlainText(*c))
+            ++c;
+        m_pos = c - m_data;
         if (m_pos > start) {
             m_starred = false;
             flushBytes();
-            appendText(QString::fromLatin1(m_data + start, m_pos - start));
+            appendLatin1(QLatin1String(m_data + start, m_pos - start));
             return;
         }
     }
@@ -1252,6 +1310,7 @@ void Parser::appendByte(char byte)
                 m_colors.append(QColor(qMax(m_red, 0), qMax(m_green, 0), qMax(m_blue, 0)));
             else
                 m_colors.append(QColor());
+            tablesChanged();
             m_red = m_green = m_blue = -1;
         }
         return;
@@ -1266,8 +1325,10 @@ void Parser::appendByte(char byte)
                 expanded
                     = QColor(component(0), component(1), component(2), m_components.size() > 3 ? component(3) : 255);
             }
-            if (expanded.isValid() && m_expandedIndex < m_colors.size())
+            if (expanded.isValid() && m_expandedIndex < m_colors.size()) {
                 m_colors[m_expandedIndex] = expanded;
+                tablesChanged();
+            }
             ++m_expandedIndex;
             m_components.clear();
         }
@@ -1295,7 +1356,7 @@ void Parser::appendByte(char byte)
     if (static_cast<unsigned char>(byte) < 0x20 && byte != '\t')
         return;
     if (static_cast<unsigned char>(byte) < 0x80 && m_pendingBytes.isEmpty()) {
-        appendText(QString(QLatin1Char(byte)));
+        appendLatin1(QLatin1String(&byte, 1));
         return;
     }
     const int page = codePage();
@@ -1318,6 +1379,7 @@ void Parser::finishFontEntry()
         return;
     m_tableEntry.name = name;
     m_fonts.insert(m_tableFont, m_tableEntry);
+    tablesChanged();
 }
 
 void Parser::flushBytes()
@@ -1338,17 +1400,40 @@ void Parser::appendCharacter(char16_t character)
     appendText(QString(QChar(character)));
 }
 
+void Parser::prepareRun()
+{
+    const CharState &chars = current().chars;
+    if (!m_runs.empty()) {
+        Run &last = m_runs.back();
+        if (last.state == chars)
+            return;
+        if (last.start == m_pendingText.size()) {
+            last.state = chars; // a run with no text yet takes the new formatting
+            return;
+        }
+    }
+    m_runs.push_back({m_pendingText.size(), chars});
+}
+
+// Plain ASCII text, most of a note: in the text it goes straight into the run without a
+// QString of its own.
+void Parser::appendLatin1(QLatin1String text)
+{
+    if (destination() != Destination::Text) {
+        appendText(QString(text));
+        return;
+    }
+    prepareRun();
+    m_pendingText += text;
+}
+
 void Parser::appendText(const QString &text)
 {
     switch (destination()) {
     case Destination::Text:
-        if (m_run.isEmpty()) {
-            m_runState = current().chars;
-        } else if (m_runState != current().chars) {
-            flushRun();
-            m_runState = current().chars;
-        }
-        m_run += text;
+        prepareRun();
+        m_pendingText += text;
+        m_pendingBreaksBlocks = m_pendingBreaksBlocks || breaksBlocks(text);
         break;
     case Destination::FieldInstruction:
         if (m_fieldInstruction.size() < 65536)
@@ -1394,35 +1479,88 @@ void Parser::appendText(const QString &text)
     }
 }
 
-void Parser::flushRun()
+void Parser::insertPendingText(bool endsParagraph)
 {
-    if (m_run.isEmpty())
+    if (!m_runs.empty() && m_runs.back().start == m_pendingText.size())
+        m_runs.pop_back();
+    if (m_runs.empty()) {
+        if (endsParagraph) {
+            m_cursor.insertBlock();
+            m_blockMark.reset();
+        }
         return;
-    m_cursor.insertText(m_run, charFormat(m_runState));
-    m_run.clear();
+    }
+    if (m_pendingBreaksBlocks) {
+        // Each block insertText() makes takes the formatting of the text it is inserted with,
+        // so such text goes in run by run.
+        for (size_t i = 0; i < m_runs.size(); ++i) {
+            const qsizetype end = i + 1 < m_runs.size() ? m_runs[i + 1].start : m_pendingText.size();
+            m_cursor.insertText(m_pendingText.mid(m_runs[i].start, end - m_runs[i].start), charFormat(m_runs[i].state));
+        }
+        if (endsParagraph)
+            m_cursor.insertBlock();
+        m_blockMark.reset();
+        m_pendingText.truncate(0);
+        m_runs.clear();
+        m_pendingBreaksBlocks = false;
+        return;
+    }
+    // The paragraph separator goes in with the text: the new block takes this block's format
+    // and the last run's character format, as insertBlock() after the text would give it.
+    const CharState base = m_runs.back().state;
+    if (endsParagraph)
+        m_pendingText += QChar::ParagraphSeparator;
+    const int start = m_cursor.position();
+    m_cursor.insertText(m_pendingText, charFormat(base));
+    const int end = m_cursor.position();
+    bool selected = false;
+    for (size_t i = 0; i + 1 < m_runs.size(); ++i) {
+        if (m_runs[i].state == base)
+            continue;
+        m_cursor.setPosition(start + int(m_runs[i].start));
+        m_cursor.setPosition(start + int(m_runs[i + 1].start), QTextCursor::KeepAnchor);
+        m_cursor.setCharFormat(charFormat(m_runs[i].state));
+        selected = true;
+    }
+    if (selected)
+        m_cursor.setPosition(end);
+    if (endsParagraph)
+        m_blockMark = base;
+    m_pendingText.truncate(0); // keeps its buffer for the next paragraph
+    m_runs.clear();
 }
 
 void Parser::endParagraph()
 {
     flushBytes();
-    flushRun();
+    // This paragraph's formats go to the block the cursor is in when it ends. Text holding
+    // paragraph breaks of its own moves the cursor to a new block, so it goes in first.
+    if (m_pendingBreaksBlocks)
+        insertPendingText(false);
     finishBlock();
-    m_cursor.insertBlock();
+    insertPendingText(true);
 }
 
 void Parser::finishBlock()
 {
-    m_cursor.setBlockFormat(blockFormat(current().para));
+    const ParaState &para = current().para;
+    if (!m_blockPara || !(*m_blockPara == para)) {
+        m_cursor.setBlockFormat(blockFormat(para));
+        m_blockPara = para;
+    }
     // The paragraph mark's own formatting sets the height of an empty line.
     CharState mark = current().chars;
     mark.link = -1;
-    m_cursor.setBlockCharFormat(charFormat(mark));
+    if (!m_blockMark || *m_blockMark != mark) {
+        m_cursor.setBlockCharFormat(charFormat(mark));
+        m_blockMark = mark;
+    }
 }
 
 void Parser::insertAttachment(const QString &fileName, const QByteArray &contents, const QSizeF &size)
 {
     flushBytes();
-    flushRun();
+    insertPendingText(false);
     const QTextImageFormat format = RichTextAttachment::makeFormat(m_document, fileName, contents, size);
     m_cursor.insertText(QString(QChar::ObjectReplacementCharacter), format);
 }
@@ -1434,10 +1572,30 @@ QColor Parser::color(int index) const
     return m_colors.at(index);
 }
 
-QTextCharFormat Parser::charFormat(const CharState &state)
+const QTextCharFormat &Parser::charFormat(const CharState &state)
 {
-    if (m_haveCachedFormat && m_cachedState == state)
-        return m_cachedFormat;
+    for (const CachedFormat &cached : m_formatCache)
+        if (cached.state == state)
+            return cached.format;
+    // Damaged files can switch among many states; the cache stays small.
+    if (m_formatCache.size() >= 64)
+        m_formatCache.clear();
+    QTextCharFormat format = makeCharFormat(state);
+    // A format computes its hash once and its copies share it, but the document hashes a
+    // fresh copy at every insertion unless the original already has one. Comparing it with
+    // a different format computes the hash here, once for the whole read.
+    static const QTextCharFormat different = [] {
+        QTextCharFormat other;
+        other.setProperty(QTextFormat::UserProperty, true);
+        return other;
+    }();
+    [[maybe_unused]] const bool same = format == different;
+    m_formatCache.push_back({state, std::move(format)});
+    return m_formatCache.back().format;
+}
+
+QTextCharFormat Parser::makeCharFormat(const CharState &state) const
+{
     QTextCharFormat format;
     const auto font = m_fonts.constFind(state.font >= 0 ? state.font : m_defaultFont);
     if (font != m_fonts.constEnd() && !font->name.isEmpty()) {
@@ -1487,9 +1645,6 @@ QTextCharFormat Parser::charFormat(const CharState &state)
         format.setAnchor(true);
         format.setAnchorHref(m_links.at(state.link));
     }
-    m_cachedState = state;
-    m_cachedFormat = format;
-    m_haveCachedFormat = true;
     return format;
 }
 

@@ -14,6 +14,11 @@
 #include <QTextBlock>
 #include <QTextDocument>
 #include <QTextFragment>
+#include <array>
+#include <charconv>
+#include <optional>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -77,27 +82,87 @@ char asciiFallback(QChar c)
     return '?';
 }
 
+// Characters written as they are: printable ASCII but RTF's own special characters.
+constexpr std::array<bool, 0x80> plainCharacters = [] {
+    std::array<bool, 0x80> table {};
+    for (int c = 0x20; c < 0x80; ++c)
+        table[size_t(c)] = c != '\\' && c != '{' && c != '}';
+    return table;
+}();
+
+bool isPlainCharacter(char16_t u)
+{
+    return u < 0x80 && plainCharacters[u];
+}
+
+// Appends a number without the temporary QByteArray::number() would make.
+void appendNumber(QByteArray &out, int value)
+{
+    char digits[16];
+    const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+    out.append(digits, end - digits);
+}
+
+QByteArray &appendControlWord(QByteArray &out, const char *word, int parameter)
+{
+    appendNumber(out.append(word), parameter);
+    return out;
+}
+
+// The ASCII stand-in of a character, remembered for Latin-1 (where most of a note's
+// non-ASCII characters are) because finding it takes a Unicode decomposition.
+char cachedAsciiFallback(QChar c)
+{
+    static const auto latin1 = [] {
+        std::array<char, 0x100> table {};
+        for (char16_t u = 0x80; u < 0x100; ++u)
+            table[u] = asciiFallback(QChar(u));
+        return table;
+    }();
+    return c.unicode() < 0x100 ? latin1[c.unicode()] : asciiFallback(c);
+}
+
+void appendSpecialCharacter(QByteArray &out, QChar c)
+{
+    const char16_t u = c.unicode();
+    if (u == '\\' || u == '{' || u == '}') {
+        out.append('\\').append(char(u));
+    } else if (u == '\t') {
+        out.append("\\tab ");
+    } else if (u == 0x2028) {
+        out.append("\\line ");
+    } else if (u == QChar::ObjectReplacementCharacter || u == 0x2029 || u < 0x20) {
+        // attachments are written by the caller; stray ones and control characters are dropped
+    } else {
+        out.append("\\u");
+        appendNumber(out, u > 0x7FFF ? int(u) - 0x10000 : int(u));
+        out.append(' ').append(cachedAsciiFallback(c));
+    }
+}
+
 // Appends text with RTF's special characters escaped and everything outside ASCII as \uN
 // followed by an ASCII stand-in for readers without Unicode.
 void appendEscaped(QByteArray &out, QStringView text)
 {
-    for (const QChar c : text) {
-        const char16_t u = c.unicode();
-        if (u == '\\' || u == '{' || u == '}') {
-            out.append('\\').append(char(u));
-        } else if (u == '\t') {
-            out.append("\\tab ");
-        } else if (u == 0x2028) {
-            out.append("\\line ");
-        } else if (u == QChar::ObjectReplacementCharacter || u == 0x2029 || u < 0x20) {
-            // attachments are written by the caller; stray ones and control characters are dropped
-        } else if (u < 0x80) {
-            out.append(char(u));
-        } else {
-            out.append("\\u").append(QByteArray::number(u > 0x7FFF ? int(u) - 0x10000 : int(u))).append(' ');
-            out.append(asciiFallback(c));
+    // Most text is plain ASCII and is copied straight into room made for the whole text;
+    // only the characters that need escaping go through QByteArray::append().
+    qsizetype written = out.size();
+    out.resize(written + text.size());
+    char *to = out.data() + written;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar c = text[i];
+        if (isPlainCharacter(c.unicode())) {
+            *to++ = char(c.unicode());
+            continue;
         }
+        written = to - out.constData();
+        out.truncate(written);
+        appendSpecialCharacter(out, c);
+        written = out.size();
+        out.resize(written + text.size() - i - 1);
+        to = out.data() + written;
     }
+    out.truncate(to - out.constData());
 }
 
 QByteArray twips(qreal points)
@@ -302,6 +367,17 @@ public:
     QList<RTFWriter::Attachment> attachments() const { return m_attachments; }
 
 private:
+    QByteArray writeText();
+    // What the writer needs of one character format of the document.
+    struct FormatInfo
+    {
+        RunState state;
+        QString href; // the link target, empty when none
+        bool image = false;
+    };
+
+    const FormatInfo &formatInfo(int formatIndex);
+    const QByteArray &paragraphControlsAt(int formatIndex);
     RunState stateFor(const QTextCharFormat &format);
     void emitState(const RunState &state, bool force);
     void writeAttachment(const QTextImageFormat &format);
@@ -313,11 +389,42 @@ private:
     QSet<QString> m_taken;
     QList<RTFWriter::Attachment> m_attachments;
     Tables m_tables;
+    // A document has few distinct formats however many fragments use them, and reading a
+    // format's properties costs far more than finding it again: the writer looks each one up
+    // once, by its index in the document's format collection.
+    QList<QTextFormat> m_formats;
+    std::vector<std::optional<FormatInfo>> m_formatInfo;
+    std::vector<std::optional<QByteArray>> m_paragraphControls;
     QByteArray m_out;
     RunState m_emitted;
     RunState m_beforeLink;
     QString m_link;
 };
+
+const Writer::FormatInfo &Writer::formatInfo(int formatIndex)
+{
+    if (formatIndex < 0 || formatIndex >= m_formats.size())
+        formatIndex = int(m_formats.size()); // an unknown format reads as the default one
+    std::optional<FormatInfo> &info = m_formatInfo[size_t(formatIndex)];
+    if (!info) {
+        const QTextCharFormat format
+            = formatIndex < m_formats.size() ? m_formats.at(formatIndex).toCharFormat() : QTextCharFormat();
+        info = FormatInfo {stateFor(format), format.isAnchor() ? format.anchorHref() : QString(),
+                           format.isImageFormat()};
+    }
+    return *info;
+}
+
+const QByteArray &Writer::paragraphControlsAt(int formatIndex)
+{
+    if (formatIndex < 0 || formatIndex >= m_formats.size())
+        formatIndex = int(m_formats.size());
+    std::optional<QByteArray> &controls = m_paragraphControls[size_t(formatIndex)];
+    if (!controls)
+        controls = paragraphControls(formatIndex < m_formats.size() ? m_formats.at(formatIndex).toBlockFormat()
+                                                                    : QTextBlockFormat());
+    return *controls;
+}
 
 RunState Writer::stateFor(const QTextCharFormat &format)
 {
@@ -342,32 +449,33 @@ RunState Writer::stateFor(const QTextCharFormat &format)
 
 void Writer::emitState(const RunState &state, bool force)
 {
-    QByteArray words;
+    // Written straight into the output: a temporary for every run costs more than the words.
+    QByteArray &words = m_out;
+    const qsizetype start = words.size();
     const RunState &old = m_emitted;
     if (force || state.font != old.font)
-        words.append("\\f").append(QByteArray::number(state.font));
+        appendControlWord(words, "\\f", state.font);
     if (force ? state.bold : state.bold != old.bold)
         words.append(state.bold ? "\\b" : "\\b0");
     if (force ? state.italic : state.italic != old.italic)
         words.append(state.italic ? "\\i" : "\\i0");
     if (force || state.halfPoints != old.halfPoints)
-        words.append("\\fs").append(QByteArray::number(state.halfPoints));
-    if (!words.isEmpty())
+        appendControlWord(words, "\\fs", state.halfPoints);
+    if (words.size() != start)
         words.append(' ');
     if (force || state.foreground != old.foreground)
-        words.append("\\cf").append(QByteArray::number(state.foreground)).append(' ');
+        appendControlWord(words, "\\cf", state.foreground).append(' ');
     if (force ? state.background != 0 : state.background != old.background)
-        words.append("\\cb").append(QByteArray::number(state.background)).append(' ');
+        appendControlWord(words, "\\cb", state.background).append(' ');
     if (force ? !state.underline.isEmpty() : state.underline != old.underline)
         words.append(state.underline.isEmpty() ? QByteArrayLiteral("\\ulnone") : state.underline).append(' ');
     if (!state.underline.isEmpty()
         && (force || state.underlineColor != old.underlineColor || state.underline != old.underline))
-        words.append("\\ulc").append(QByteArray::number(state.underlineColor)).append(' ');
+        appendControlWord(words, "\\ulc", state.underlineColor).append(' ');
     if (force ? state.strike : state.strike != old.strike)
         words.append(state.strike ? "\\strike\\strikec0 " : "\\strike0\\striked0 ");
     if (force ? state.script != 0 : state.script != old.script)
         words.append(state.script == 1 ? "\\super " : state.script == 2 ? "\\sub " : "\\nosupersub ");
-    m_out.append(words);
     m_emitted = state;
 }
 
@@ -432,15 +540,16 @@ void Writer::writeAttachment(const QTextImageFormat &format)
 
 QByteArray Writer::write(const QVariantMap &attributes)
 {
-    // First pass: the tables.
-    for (QTextBlock block = m_document->begin(); block.isValid(); block = block.next()) {
-        stateFor(block.charFormat());
-        for (auto it = block.begin(); !it.atEnd(); ++it)
-            stateFor(it.fragment().charFormat());
-    }
+    m_formats = m_document->allFormats();
+    // Sized once, with a place for the default format, so references into them stay valid.
+    m_formatInfo.resize(size_t(m_formats.size()) + 1);
+    m_paragraphControls.resize(size_t(m_formats.size()) + 1);
+    // The text is written first, collecting the fonts and colours it uses on the way; the
+    // header with their tables goes in front of it afterwards.
+    const QByteArray body = writeText();
     const QColor documentBackground = attributes.value(RichText::BackgroundColorAttribute).value<QColor>();
 
-    m_out.reserve(m_document->characterCount() + 1024);
+    m_out.reserve(body.size() + 2048);
     m_out.append("{\\rtf1\\ansi\\ansicpg1252\\cocoartf2761\n\\cocoatextscaling0\\cocoaplatform0");
     m_tables.write(m_out);
     if (documentBackground.isValid()) {
@@ -473,46 +582,65 @@ QByteArray Writer::write(const QVariantMap &attributes)
         m_out.append("{\\info").append(info).append("}");
     m_out.append("\\paperw11900\\paperh16840\\margl1440\\margr1440\\vieww11520\\viewh8400\\viewkind0\n");
 
+    m_out.append(body);
+    m_out.append("}");
+    return m_out;
+}
+
+QByteArray Writer::writeText()
+{
+    // The text of the whole document at once; a fragment's text is the stretch at its position.
+    const QString text = m_document->toRawText();
+    m_out.reserve(text.size() + 1024);
     QByteArray lastParagraph;
     bool first = true;
     for (QTextBlock block = m_document->begin(); block.isValid(); block = block.next()) {
+        // Fonts and colours are numbered in the order they first appear, a paragraph's own
+        // format before its text's.
+        formatInfo(block.charFormatIndex());
         if (!first)
             m_out.append("\\\n");
-        const QByteArray paragraph = paragraphControls(block.blockFormat());
+        const QByteArray &paragraph = paragraphControlsAt(block.blockFormatIndex());
         if (first || paragraph != lastParagraph) {
             m_out.append(paragraph).append("\n\n");
             lastParagraph = paragraph;
         }
         if (first) {
-            emitState(stateFor(block.begin().atEnd() ? block.charFormat() : block.begin().fragment().charFormat()),
-                      true);
+            emitState(
+                formatInfo(block.begin().atEnd() ? block.charFormatIndex() : block.begin().fragment().charFormatIndex())
+                    .state,
+                true);
             first = false;
         }
+        // Fragments follow each other: counting their lengths is cheaper than asking each
+        // for its position.
+        int position = block.position();
         for (auto it = block.begin(); !it.atEnd(); ++it) {
             const QTextFragment fragment = it.fragment();
-            const QTextCharFormat format = fragment.charFormat();
-            const QString href = format.isAnchor() ? format.anchorHref() : QString();
-            if (href != m_link) {
+            const int length = fragment.length();
+            const int fragmentPosition = position;
+            position += length;
+            const int formatIndex = fragment.charFormatIndex();
+            const FormatInfo &info = formatInfo(formatIndex);
+            if (info.href != m_link) {
                 closeLink();
-                if (!href.isEmpty())
-                    openLink(href);
+                if (!info.href.isEmpty())
+                    openLink(info.href);
             }
-            if (format.isImageFormat()) {
-                const QTextImageFormat image = format.toImageFormat();
-                for (int i = 0; i < fragment.length(); ++i)
+            if (info.image) {
+                const QTextImageFormat image = m_formats.value(formatIndex).toImageFormat();
+                for (int i = 0; i < length; ++i)
                     writeAttachment(image);
                 continue;
             }
-            const RunState state = stateFor(format);
-            emitState(state, false);
-            appendEscaped(m_out, fragment.text());
+            emitState(info.state, false);
+            appendEscaped(m_out, QStringView(text).mid(fragmentPosition, length));
         }
         closeLink();
         if (block.length() <= 1)
-            emitState(stateFor(block.charFormat()), false); // an empty line keeps its height
+            emitState(formatInfo(block.charFormatIndex()).state, false); // an empty line keeps its height
     }
-    m_out.append("}");
-    return m_out;
+    return std::exchange(m_out, QByteArray());
 }
 
 } // namespace
