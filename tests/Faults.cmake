@@ -1,0 +1,17 @@
+# The fault and hostile-input tests share a harness (tests/faults), start both stand-ins,
+# and replay the fuzzers' regression inputs through the fuzz entry points.
+foreach(test TestFaults TestHostileInput)
+    if(TARGET ${test})
+        target_sources(${test} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/faults/FaultHarness.cpp
+                                       ${CMAKE_CURRENT_SOURCE_DIR}/faults/FaultHarness.h)
+        target_include_directories(${test} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/faults)
+        foreach(executable kastrel-standin nortavel3-standin)
+            if(TARGET ${executable})
+                add_dependencies(${test} ${executable})
+            endif()
+        endforeach()
+    endif()
+endforeach()
+if(TARGET TestHostileInputRegressions AND TARGET KastrelFuzzInputs)
+    target_link_libraries(TestHostileInputRegressions PRIVATE KastrelFuzzInputs)
+endif()
