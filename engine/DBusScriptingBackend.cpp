@@ -129,7 +129,7 @@ public:
     {
         auto cached = m_properties.constFind(object);
         if (cached == m_properties.constEnd()) {
-            fetchProperties({object});
+            fetchProperties(batchFrom(object));
             cached = m_properties.constFind(object);
         }
         const auto value = cached->constFind(name);
@@ -155,15 +155,15 @@ public:
         const QList<QDBusObjectPath> objectPaths = qdbus_cast<QList<QDBusObjectPath>>(reply.value(0));
         QStringList paths;
         paths.reserve(objectPaths.size());
-        QStringList unknown;
-        for (const QDBusObjectPath &objectPath : objectPaths) {
+        for (const QDBusObjectPath &objectPath : objectPaths)
             paths.append(objectPath.path());
-            if (!m_properties.contains(objectPath.path()))
-                unknown.append(objectPath.path());
+        // Objects not read yet remember this listing, the newest they appear in: the first read
+        // of one fetches it together with the unread objects that follow it here.
+        const auto listing = std::make_shared<const QStringList>(paths);
+        for (qsizetype i = 0; i < paths.size(); ++i) {
+            if (!m_properties.contains(paths.at(i)))
+                m_unread.insert(paths.at(i), Place {listing, i});
         }
-        unknown.removeDuplicates();
-        for (qsizetype start = 0; start < unknown.size(); start += DBusScriptingBackend::PropertiesBatchSize)
-            fetchProperties(unknown.mid(start, DBusScriptingBackend::PropertiesBatchSize));
         return paths;
     }
 
@@ -174,7 +174,41 @@ public:
         return reply.value(0).toString();
     }
 
+    void releaseObject(const QString &object) override
+    {
+        m_properties.remove(object);
+        m_unread.remove(object);
+    }
+
 private:
+    // Where an object not read yet was last listed.
+    struct Place
+    {
+        std::shared_ptr<const QStringList> listing;
+        qsizetype index = 0;
+    };
+
+    // `object` and up to a batch's worth of the unread objects that follow it in the listing it
+    // was last seen in: reading a list's objects in order costs one call per thousand.
+    QStringList batchFrom(const QString &object)
+    {
+        QStringList batch {object};
+        const auto place = m_unread.constFind(object);
+        if (place == m_unread.constEnd())
+            return batch;
+        const std::shared_ptr<const QStringList> listing = place->listing;
+        qsizetype index = place->index;
+        m_unread.erase(place);
+        while (++index < listing->size() && batch.size() < DBusScriptingBackend::PropertiesBatchSize) {
+            const auto next = m_unread.constFind(listing->at(index));
+            if (next != m_unread.constEnd()) {
+                batch.append(next.key());
+                m_unread.erase(next);
+            }
+        }
+        return batch;
+    }
+
     static QString describeElement(const QString &container, const QString &element)
     {
         return QStringLiteral("element \"%1\" of %2").arg(element, container);
@@ -204,6 +238,7 @@ private:
 
     DBusCaller m_caller;
     QHash<QString, QVariantMap> m_properties;
+    QHash<QString, Place> m_unread;
     QSet<QString> m_propertyNames;
 };
 

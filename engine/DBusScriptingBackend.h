@@ -1,11 +1,13 @@
 // The scripting interfaces served over the D-Bus session bus: each application's bundle
 // identifier is its well-known name, its objects are read through one interface on path "/".
 //
-// The source connection reads with as few bus round trips as it can: when an element list is
-// fetched, the properties of all its objects not yet known are fetched with it, in one call
-// per thousand objects, and every object's properties are kept for the life of the
-// connection (one run), so tags and labels that recur across items are read once. Calls
-// block, on whichever thread makes them; no time-out is set, the bus's default applies.
+// The source connection reads with as few bus round trips as it can: the first read of an
+// object's property fetches the properties of that object and of the unread objects that
+// follow it in the element list it was last seen in, in one call for up to a thousand
+// objects. What was read is kept until the engine releases the object (items, once recorded),
+// so tags and labels that recur across items are read once, and memory holds about one batch
+// of items rather than the whole library. Calls block, on whichever thread makes them; no
+// time-out is set, the bus's default applies.
 #pragma once
 
 #include "engine/ScriptingBackend.h"

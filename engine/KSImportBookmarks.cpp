@@ -2,7 +2,6 @@
 // written here. A file that cannot be written is logged and still recorded, so one bad
 // bookmark does not stop the library.
 #include "engine/KSImportOperation.h"
-#include "engine/KSLibraryRecords.h"
 #include "formats/NVItemType.h"
 #include "formats/NVWebBookmarkFile.h"
 #include "foundation/OVFileNameStrings.h"
@@ -39,8 +38,7 @@ bool KSImportOperation::importBookmarks()
         // No name and no dates in the record: the file carries the dates.
         OVPlist record = itemRecord(NVItemTypeBookmark, identifier, path, fileName);
         record.insert(QStringLiteral("extensionHidden"), true);
-        addGeneralAttributesToDatabaseItem(item, record);
-        setEntityRecord(KSLibraryRecords::itemEntity, identifier, record);
+        storeItemRecord(item, identifier, record);
 
         informDelegateDidImportRecordOfType(QString(QLatin1String("")));
     }

@@ -1,7 +1,6 @@
 // Images and web archives: the source writes each item's file straight into its folder;
 // the file keeps the name the source gave it, is dated, and gets its item record.
 #include "engine/KSImportOperation.h"
-#include "engine/KSLibraryRecords.h"
 #include "foundation/OVFileNameStrings.h"
 #include "foundation/OVStringFormat.h"
 
@@ -15,18 +14,12 @@ bool KSImportOperation::importDatabaseItems(const QList<KastrelDatabaseItem> &it
     for (const KastrelDatabaseItem &item : items) {
         if (isCancelled())
             return false;
-        const QString name = item.name();
-        if (name.isEmpty()) {
-            skipItemWithoutName(item);
+        bool skipped = false;
+        const QString path = exportNamedItemToFolder(item, directory, &skipped);
+        if (skipped)
             continue;
-        }
-
-        const QString path = exportItemToFolder(item, directory);
-        if (path.isNull()) {
-            informDelegateDidEncounterError(itemExportError(
-                QT_TRANSLATE_NOOP("KastrelImporter", "Unable to export database item with name \"%@\"."), name));
+        if (path.isNull())
             return false;
-        }
 
         // The file keeps the name the source chose. Only when sanitising would not change it is
         // it "moved", onto itself; a name the sanitiser would change is left alone, and the
@@ -44,8 +37,7 @@ bool KSImportOperation::importDatabaseItems(const QList<KastrelDatabaseItem> &it
         // Only ever yes: an item that is not encrypted says nothing.
         if (item.respondsToEncrypted() && item.encrypted().value_or(false))
             record.insert(QStringLiteral("com.orvantis.Nortavel.EncryptItemOnImport"), true);
-        addGeneralAttributesToDatabaseItem(item, record);
-        setEntityRecord(KSLibraryRecords::itemEntity, identifier, record);
+        storeItemRecord(item, identifier, record);
 
         informDelegateDidImportRecordOfType(QString(QLatin1String("")));
     }

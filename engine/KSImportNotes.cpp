@@ -2,7 +2,6 @@
 // in whatever rich-text form it likes; the main thread converts that into a note package in
 // "Notes", which gets its dates and its item record; then the staged file goes.
 #include "engine/KSImportOperation.h"
-#include "engine/KSLibraryRecords.h"
 #include "formats/NVItemType.h"
 #include "formats/RTFDPackage.h"
 #include "formats/RichTextReader.h"
@@ -24,18 +23,13 @@ bool KSImportOperation::importDatabaseItemsAsNotes(const QList<KastrelDatabaseIt
     for (const KastrelDatabaseItem &item : items) {
         if (isCancelled())
             return false;
-        const QString name = item.name();
-        if (name.isEmpty()) {
-            skipItemWithoutName(item);
+        bool skipped = false;
+        const QString stagedPath = exportNamedItemToFolder(item, stagingFolder, &skipped);
+        if (skipped)
             continue;
-        }
-
-        const QString stagedPath = exportItemToFolder(item, stagingFolder);
-        if (stagedPath.isNull()) {
-            informDelegateDidEncounterError(itemExportError(
-                QT_TRANSLATE_NOOP("KastrelImporter", "Unable to export database item with name \"%@\"."), name));
+        if (stagedPath.isNull())
             return false;
-        }
+        const QString name = item.name();
 
         // The extension goes on before sanitising, so a long name is cut with its extension
         // kept, and uniquing numbers it before the extension: 'Agenda 1.nvnote'.
@@ -59,8 +53,7 @@ bool KSImportOperation::importDatabaseItemsAsNotes(const QList<KastrelDatabaseIt
                           item.encrypted().value_or(false));
         else if (item.respondsToPassword())
             record.insert(QStringLiteral("com.orvantis.Nortavel.EncryptItemOnImport"), true);
-        addGeneralAttributesToDatabaseItem(item, record);
-        setEntityRecord(KSLibraryRecords::itemEntity, identifier, record);
+        storeItemRecord(item, identifier, record);
 
         OVStandardPaths::removeItemAtPath(stagedPath);
         informDelegateDidImportRecordOfType(QString(QLatin1String("")));

@@ -131,6 +131,13 @@ protected:
     // Has the source write `item` into `folder`: the written path, or a null string when it
     // wrote nothing or answered a path outside `folder`, which is treated the same.
     QString exportItemToFolder(const KastrelDatabaseItem &item, const QString &folder);
+    // The start that notes, images and web archives share for an item: an item without a name
+    // is skipped (a null string, `*skipped` set); otherwise the path of the file the source wrote
+    // into `folder`, or a null string after reporting error 10003 when it wrote none.
+    QString exportNamedItemToFolder(const KastrelDatabaseItem &item, const QString &folder, bool *skipped);
+    // The end every item exporter shares: the general attributes go into `record`, the record
+    // into the item table under `identifier`, and the item is released, as nothing reads it again.
+    void storeItemRecord(const KastrelDatabaseItem &item, const QString &identifier, OVPlist &record);
     // Sets what the item has of its creation and modification dates on the file at `path`.
     static void setFileDates(const QString &path, const KastrelDatabaseItem &item);
     // A record of the item table with the keys every kind sets first.

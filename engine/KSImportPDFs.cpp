@@ -2,7 +2,6 @@
 // tell a page saved from a browser (a web page) from any other document, and it moves into
 // "Web Pages" or "Documents" under a free name.
 #include "engine/KSImportOperation.h"
-#include "engine/KSLibraryRecords.h"
 #include "formats/NVItemType.h"
 #include "foundation/OVFileNameStrings.h"
 #include "foundation/OVStringFormat.h"
@@ -121,8 +120,7 @@ bool KSImportOperation::importPDFs()
         // Dates live on the file only: the record has neither them nor a name.
         OVPlist record = itemRecord(type, identifier, destination, fileName);
         record.insert(QStringLiteral("extensionHidden"), true);
-        addGeneralAttributesToDatabaseItem(item, record);
-        setEntityRecord(KSLibraryRecords::itemEntity, identifier, record);
+        storeItemRecord(item, identifier, record);
 
         informDelegateDidImportRecordOfType(QString(QLatin1String("")));
     }

@@ -106,6 +106,29 @@ QString KSImportOperation::exportItemToFolder(const KastrelDatabaseItem &item, c
     return QDir::cleanPath(path);
 }
 
+QString KSImportOperation::exportNamedItemToFolder(const KastrelDatabaseItem &item, const QString &folder,
+                                                   bool *skipped)
+{
+    const QString name = item.name();
+    *skipped = name.isEmpty();
+    if (*skipped) {
+        skipItemWithoutName(item);
+        return QString();
+    }
+    const QString path = exportItemToFolder(item, folder);
+    if (path.isNull())
+        informDelegateDidEncounterError(itemExportError(
+            QT_TRANSLATE_NOOP("KastrelImporter", "Unable to export database item with name \"%@\"."), name));
+    return path;
+}
+
+void KSImportOperation::storeItemRecord(const KastrelDatabaseItem &item, const QString &identifier, OVPlist &record)
+{
+    addGeneralAttributesToDatabaseItem(item, record);
+    setEntityRecord(KSLibraryRecords::itemEntity, identifier, record);
+    item.release();
+}
+
 void KSImportOperation::setFileDates(const QString &path, const KastrelDatabaseItem &item)
 {
     const QDateTime created = item.creationDate();

@@ -52,6 +52,12 @@ bool KastrelObject::operator==(const KastrelObject &other) const
     return m_scripting == other.m_scripting && m_objectPath == other.m_objectPath;
 }
 
+void KastrelObject::release() const
+{
+    if (m_scripting)
+        m_scripting->releaseObject(m_objectPath);
+}
+
 std::optional<QVariant> KastrelObject::property(const QString &name) const
 {
     if (!m_scripting)

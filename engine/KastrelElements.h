@@ -52,6 +52,10 @@ public:
     bool operator==(const KastrelObject &other) const;
     bool operator!=(const KastrelObject &other) const { return !(*this == other); }
 
+    // Tells the connection that this object will not be read again, so that what it keeps of
+    // the object can go: a large library's items need not all stay in memory.
+    void release() const;
+
 protected:
     std::optional<QVariant> property(const QString &name) const;
     QString stringProperty(const QString &name) const;

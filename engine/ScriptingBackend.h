@@ -35,6 +35,10 @@ public:
     // Has the source write the file of `items` (exactly one item) into `folder`; the absolute
     // path of the written file, or a null string when the source wrote nothing.
     virtual QString exportItems(const QStringList &items, const QString &folder) = 0;
+
+    // The engine will not read `object` again: a connection that keeps what it read of it may
+    // let it go. Reading it afterwards still works, at the cost of another call.
+    virtual void releaseObject(const QString &object) { Q_UNUSED(object); }
 };
 
 // One connection to one target application.

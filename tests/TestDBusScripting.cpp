@@ -119,6 +119,30 @@ public:
     QList<QDBusMessage> received;
 };
 
+// `count` items "<prefix>/0", "<prefix>/1", ... whose only property is their id, the number.
+QStringList addNumberedItems(ScriptedPeer &peer, const QString &prefix, int count)
+{
+    QStringList items;
+    for (int i = 0; i < count; ++i) {
+        const QString item = QStringLiteral("%1/%2").arg(prefix).arg(i);
+        peer.properties.insert(item, {{QStringLiteral("id"), QString::number(i)}});
+        items.append(item);
+    }
+    return items;
+}
+
+// How many objects each Properties call of the source interface asked for, in order.
+QList<int> propertiesAskedFor(ScriptedPeer &peer)
+{
+    QMutexLocker lock(&peer.mutex);
+    QList<int> sizes;
+    for (const QDBusMessage &message : peer.received) {
+        if (message.interface() == KastrelInterface && message.member() == QLatin1String("Properties"))
+            sizes.append(int(qdbus_cast<QList<QDBusObjectPath>>(message.arguments().value(0)).size()));
+    }
+    return sizes;
+}
+
 // Runs a ScriptedPeer under a well-known name until it is destroyed or quits.
 class PeerHost
 {
@@ -396,12 +420,7 @@ private slots:
     {
         PeerHost host(Kastrel4);
         fillLibrary(host.peer, QStringLiteral("2.1"));
-        QStringList many;
-        for (int i = 0; i < 2500; ++i) {
-            const QString item = QStringLiteral("/many/%1").arg(i);
-            host.peer.properties.insert(item, {{QStringLiteral("id"), QString::number(i)}});
-            many.append(item);
-        }
+        const QStringList many = addNumberedItems(host.peer, QStringLiteral("/many"), 2500);
         host.peer.elements.insert(QStringLiteral("/ noteItems"), many);
         DBusScriptingBackend backend;
         const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
@@ -419,6 +438,71 @@ private slots:
         for (const KastrelDatabaseItem &item : kastrel->noteItems().get())
             item.name();
         QCOMPARE(backend.roundTripCount() - before, 5u);
+    }
+
+    void listingFetchesNothingUntilAnObjectIsRead()
+    {
+        PeerHost host(Kastrel4);
+        fillLibrary(host.peer, QStringLiteral("2.1"));
+        const QStringList many = addNumberedItems(host.peer, QStringLiteral("/lazy"), 1500);
+        host.peer.elements.insert(QStringLiteral("/ noteItems"), many);
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+        const QList<KastrelDatabaseItem> items = kastrel->noteItems().get();
+        QCOMPARE(host.peer.callCount(QStringLiteral("Properties")), 0);
+
+        // Reading from the middle fetches that object and the thousand-batch after it; the
+        // objects before it come in a batch of their own when they are read.
+        QCOMPARE(items.at(700).id(), QStringLiteral("700"));
+        QCOMPARE(propertiesAskedFor(host.peer).last(), 800);
+        QCOMPARE(items.at(1499).id(), QStringLiteral("1499"));
+        QCOMPARE(items.at(0).id(), QStringLiteral("0"));
+        QCOMPARE(propertiesAskedFor(host.peer).last(), 700);
+        QCOMPARE(items.at(699).id(), QStringLiteral("699"));
+        QCOMPARE(host.peer.callCount(QStringLiteral("Properties")), 2);
+    }
+
+    void objectsAreReadInTheOrderOfTheirNewestListing()
+    {
+        // Items listed first by their groups, then by their kind, as a run lists them: reading
+        // in the kind's order costs one call per thousand, whatever order the groups had.
+        PeerHost host(Kastrel4);
+        fillLibrary(host.peer, QStringLiteral("2.1"));
+        const QStringList items = addNumberedItems(host.peer, QStringLiteral("/ordered"), 2000);
+        QStringList shuffled(items.crbegin(), items.crend());
+        host.peer.elements.insert(QStringLiteral("/g/1 databaseItems"), shuffled);
+        host.peer.elements.insert(QStringLiteral("/g/2 databaseItems"), shuffled.mid(0, 500));
+        host.peer.elements.insert(QStringLiteral("/ noteItems"), items);
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+        for (const KastrelFolderCollection &group : kastrel->folderCollections().get())
+            group.databaseItems().get();
+        const qsizetype before = propertiesAskedFor(host.peer).size();
+        for (const KastrelDatabaseItem &item : kastrel->noteItems().get())
+            item.id();
+        QCOMPARE(propertiesAskedFor(host.peer).mid(before), (QList<int> {1000, 1000}));
+    }
+
+    void releasedObjectsAreForgottenAndReadAgainAlone()
+    {
+        PeerHost host(Kastrel4);
+        fillLibrary(host.peer, QStringLiteral("2.1"));
+        const QStringList items = addNumberedItems(host.peer, QStringLiteral("/released"), 10);
+        host.peer.elements.insert(QStringLiteral("/ imageItems"), items);
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+        const QList<KastrelDatabaseItem> listed = kastrel->imageItems().get();
+        for (const KastrelDatabaseItem &item : listed) {
+            item.id();
+            item.release();
+        }
+        QCOMPARE(propertiesAskedFor(host.peer), (QList<int> {10}));
+
+        // A changed value shows: nothing of the released object was kept.
+        host.peer.properties[items.at(3)].insert(QStringLiteral("id"), QStringLiteral("changed"));
+        QCOMPARE(listed.at(3).id(), QStringLiteral("changed"));
+        QCOMPARE(listed.at(3).id(), QStringLiteral("changed"));
+        QCOMPARE(propertiesAskedFor(host.peer), (QList<int> {10, 1}));
     }
 
     void recurringTagsAndLabelsAreReadOnce()

@@ -252,6 +252,28 @@ private slots:
         QVERIFY(logText().contains(QStringLiteral("Skipping item with identifier I1 because it doesn't have a name.")));
     }
 
+    void everyRecordedItemIsReleasedAfterItsLastRead()
+    {
+        const QString note = addNote(QStringLiteral("N1"), QStringLiteral("Note"));
+        const QString nameless = source().addItem(KastrelItemKind::Note, QStringLiteral("N2"), QString());
+        const QString bookmark
+            = source().addItem(KastrelItemKind::Bookmark, QStringLiteral("B1"), QStringLiteral("Site"));
+        const QString image = source().addItem(KastrelItemKind::Image, QStringLiteral("I1"), QStringLiteral("Photo"));
+        const QString pdf = source().addItem(KastrelItemKind::PDFArchive, QStringLiteral("P1"), QStringLiteral("Doc"));
+        source().setExportFile(pdf, QStringLiteral("Doc.pdf"), pdfWith(QStringLiteral("Writer"), QString()));
+        QStringList readAfterRelease;
+        m_apps->setCallHook([this, &readAfterRelease](const QString &call) {
+            const QStringList words = call.split(QLatin1Char(' '));
+            if (words.size() > 1 && m_apps->releasedObjects().contains(words.at(1)))
+                readAfterRelease.append(call);
+        });
+        run();
+        QCOMPARE(m_delegate->errors.size(), 0);
+        QCOMPARE(m_apps->releasedObjects(), (QStringList {note, bookmark, image, pdf}));
+        QVERIFY2(readAfterRelease.isEmpty(), qPrintable(readAfterRelease.join(QStringLiteral("; "))));
+        QVERIFY(!m_apps->releasedObjects().contains(nameless));
+    }
+
     // --- item records ---------------------------------------------------------------
 
     void bareItemRecord()

@@ -81,6 +81,7 @@ struct InMemoryScriptingState
     mutable QMutex mutex;
     QHash<QString, InMemoryApplication> applications;
     QStringList calls;
+    QStringList released;
     QList<InMemoryScripting::ImportCall> imports;
     std::function<void(const QString &)> hook;
 
@@ -188,6 +189,13 @@ public:
         if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(contents) != contents.size())
             InMemoryScriptingState::fail(m_identifier, QStringLiteral("cannot write %1").arg(path));
         return path;
+    }
+
+    // Not a call into the application: only noted, for tests of when the engine lets go.
+    void releaseObject(const QString &object) override
+    {
+        QMutexLocker lock(&m_state->mutex);
+        m_state->released.append(object);
     }
 
 private:
@@ -548,9 +556,16 @@ QList<InMemoryScripting::ImportCall> InMemoryScripting::importCalls() const
     return m_state->imports;
 }
 
+QStringList InMemoryScripting::releasedObjects() const
+{
+    QMutexLocker lock(&m_state->mutex);
+    return m_state->released;
+}
+
 void InMemoryScripting::clearCalls()
 {
     QMutexLocker lock(&m_state->mutex);
     m_state->calls.clear();
+    m_state->released.clear();
     m_state->imports.clear();
 }

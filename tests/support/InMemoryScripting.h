@@ -124,6 +124,8 @@ public:
     QStringList exportedItems() const;
     int activateCount(const QString &identifier) const;
     QList<ImportCall> importCalls() const;
+    // The objects the engine said it would not read again, in order.
+    QStringList releasedObjects() const;
     void clearCalls();
 
 private:
