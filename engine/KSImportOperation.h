@@ -108,7 +108,7 @@ public:
     // The item's tag names joined by ",", or a null string when it has none.
     QString tagsStringForDatabaseItem(const KastrelDatabaseItem &item);
     // "LibraryGroup", then the groups and smart groups that list the item, in table order.
-    QStringList groupIdentifiersForDatabaseItem(const KastrelDatabaseItem &item);
+    OVPlist::Array groupIdentifiersForDatabaseItem(const KastrelDatabaseItem &item);
 
     // The notifications. Each runs on the main thread while the caller waits.
     void informDelegateDidStart();
@@ -167,5 +167,5 @@ private:
 
     // Item identifier to the groups listing it, made from the group tables on first use, so
     // finding an item's groups does not scan every group for every item.
-    std::optional<QHash<QString, QStringList>> m_groupIndex;
+    std::optional<QHash<QString, OVPlist::Array>> m_groupIndex;
 };

@@ -15,24 +15,36 @@
 
 namespace {
 
-const QString libraryGroup = QStringLiteral("LibraryGroup");
+// The node every record's "groups" begins with. Records share it, and share each group's
+// identifier node with the other records of the group: a large library holds millions of
+// memberships, and one node each would cost more than the rest of the records.
+const OVPlist &libraryGroup()
+{
+    static const OVPlist node(QStringLiteral("LibraryGroup"));
+    return node;
+}
 
 // Appends, for every group record of `table` in table order, its identifier to the entry of
 // each item it lists, once per group however often the group lists the item.
-void indexGroups(const OVPlist &table, QHash<QString, QStringList> &index)
+void indexGroups(const OVPlist &table, QHash<QString, OVPlist::Array> &index)
 {
     const OVPlist::Dictionary groups = table.toDictionary();
     for (auto group = groups.cbegin(); group != groups.cend(); ++group) {
         const OVPlist items = group.value().value(QStringLiteral("items"));
         if (!items.isArray())
             continue;
-        const QString identifier = group.value().value(KSLibraryRecords::identifierKey).toString();
+        OVPlist identifier = group.value().value(KSLibraryRecords::identifierKey);
+        if (!identifier.isString())
+            identifier = OVPlist(identifier.toString());
         QSet<QString> seen;
         for (const OVPlist &item : items.toArray()) {
             const QString itemIdentifier = item.toString();
             if (item.isString() && !seen.contains(itemIdentifier)) {
                 seen.insert(itemIdentifier);
-                index[itemIdentifier].append(identifier);
+                OVPlist::Array &entry = index[itemIdentifier];
+                if (entry.isEmpty())
+                    entry.append(libraryGroup());
+                entry.append(identifier);
             }
         }
     }
@@ -50,7 +62,7 @@ void KSImportOperation::addGeneralAttributesToDatabaseItem(const KastrelDatabase
         itemRecord.insert(QStringLiteral("tagsString"), tags);
     if (const std::optional<KastrelLabel> label = item.label())
         itemRecord.insert(QStringLiteral("label"), label->id());
-    itemRecord.insert(QStringLiteral("groups"), OVPlist(groupIdentifiersForDatabaseItem(item)));
+    itemRecord.insert(QStringLiteral("groups"), groupIdentifiersForDatabaseItem(item));
 }
 
 QString KSImportOperation::tagsStringForDatabaseItem(const KastrelDatabaseItem &item)
@@ -62,19 +74,20 @@ QString KSImportOperation::tagsStringForDatabaseItem(const KastrelDatabaseItem &
     return names.isEmpty() ? QString() : names.join(QLatin1Char(','));
 }
 
-QStringList KSImportOperation::groupIdentifiersForDatabaseItem(const KastrelDatabaseItem &item)
+OVPlist::Array KSImportOperation::groupIdentifiersForDatabaseItem(const KastrelDatabaseItem &item)
 {
     const QString identifier = item.id();
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (!m_groupIndex) {
         // Groups first, then smart groups, each in the order of its table.
-        QHash<QString, QStringList> index;
+        QHash<QString, OVPlist::Array> index;
         const OVPlist entities = m_libraryPlist.value(KSLibraryRecords::entitiesKey);
         indexGroups(entities.value(KSLibraryRecords::itemGroupEntity), index);
         indexGroups(entities.value(KSLibraryRecords::smartGroupEntity), index);
         m_groupIndex = std::move(index);
     }
-    return QStringList {libraryGroup} + m_groupIndex->value(identifier);
+    const auto groups = m_groupIndex->constFind(identifier);
+    return groups == m_groupIndex->constEnd() ? OVPlist::Array {libraryGroup()} : *groups;
 }
 
 void KSImportOperation::skipItemWithoutName(const KastrelDatabaseItem &item)
@@ -142,8 +155,9 @@ void KSImportOperation::setFileDates(const QString &path, const KastrelDatabaseI
 OVPlist KSImportOperation::itemRecord(qint64 type, const QString &identifier, const QString &path,
                                       const QString &fileName)
 {
+    static const OVPlist entityName(KSLibraryRecords::itemEntity); // one node for every record
     OVPlist record = OVPlist::dictionary();
-    record.insert(KSLibraryRecords::entityNameKey, KSLibraryRecords::itemEntity);
+    record.insert(KSLibraryRecords::entityNameKey, entityName);
     record.insert(QStringLiteral("itemType"), type);
     record.insert(KSLibraryRecords::identifierKey, identifier);
     record.insert(QStringLiteral("absoluteFilename"), path);

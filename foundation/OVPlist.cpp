@@ -2,6 +2,7 @@
 #include "foundation/OVPlist.h"
 
 #include <QSharedData>
+#include <array>
 #include <limits>
 #include <variant>
 
@@ -54,6 +55,37 @@ QSharedDataPointer<OVPlistData> makeData(OVPlist::Type type)
     return d;
 }
 
+// Truth values and small integers are common (every item record holds a few) and a node is
+// never changed in place once shared, so each of them has one node that all values share.
+constexpr long long sharedIntegerLimit = 16;
+
+QSharedDataPointer<OVPlistData> sharedBoolean(bool value)
+{
+    static const QSharedDataPointer<OVPlistData> nodes[2] = {makeData(OVPlist::Type::Boolean), [] {
+                                                                 auto d = makeData(OVPlist::Type::Boolean);
+                                                                 d->boolean = true;
+                                                                 return d;
+                                                             }()};
+    return nodes[value ? 1 : 0];
+}
+
+QSharedDataPointer<OVPlistData> integerData(long long value)
+{
+    static const auto nodes = [] {
+        std::array<QSharedDataPointer<OVPlistData>, sharedIntegerLimit> made;
+        for (long long i = 0; i < sharedIntegerLimit; ++i) {
+            made[i] = makeData(OVPlist::Type::Integer);
+            made[i]->bits = static_cast<quint64>(i);
+        }
+        return made;
+    }();
+    if (value >= 0 && value < sharedIntegerLimit)
+        return nodes[static_cast<size_t>(value)];
+    QSharedDataPointer<OVPlistData> d = makeData(OVPlist::Type::Integer);
+    d->bits = static_cast<quint64>(value);
+    return d;
+}
+
 } // namespace
 
 OVPlist::OVPlist() = default;
@@ -89,10 +121,8 @@ OVPlist::OVPlist(unsigned long value)
 { }
 
 OVPlist::OVPlist(long long value)
-    : d(makeData(Type::Integer))
-{
-    d->bits = static_cast<quint64>(value);
-}
+    : d(integerData(value))
+{ }
 
 OVPlist::OVPlist(unsigned long long value)
     : d(makeData(Type::Integer))
@@ -108,10 +138,8 @@ OVPlist::OVPlist(double value)
 }
 
 OVPlist::OVPlist(bool value)
-    : d(makeData(Type::Boolean))
-{
-    d->boolean = value;
-}
+    : d(sharedBoolean(value))
+{ }
 
 OVPlist::OVPlist(const QDateTime &date)
     : d(makeData(Type::Date))

@@ -350,15 +350,17 @@ private slots:
         const auto app = KastrelApplication::applicationWithBundleIdentifier(*m_apps, Source);
         QVERIFY(app);
         const QList<KastrelDatabaseItem> notes = app->noteItems().get();
-        QCOMPARE(operation.groupIdentifiersForDatabaseItem(notes.at(0)),
+        QCOMPARE(OVPlist(operation.groupIdentifiersForDatabaseItem(notes.at(0))).toStringList(),
                  (QStringList {QStringLiteral("LibraryGroup"), QStringLiteral("A"), QStringLiteral("B"),
                                QStringLiteral("S")}));
-        QCOMPARE(operation.groupIdentifiersForDatabaseItem(notes.at(1)), QStringList {QStringLiteral("LibraryGroup")});
+        QCOMPARE(OVPlist(operation.groupIdentifiersForDatabaseItem(notes.at(1))).toStringList(),
+                 QStringList {QStringLiteral("LibraryGroup")});
         Q_UNUSED(y)
         Q_UNUSED(z)
         // No group tables at all: the library group alone.
         operation.setLibraryPlist(OVPlist::dictionary());
-        QCOMPARE(operation.groupIdentifiersForDatabaseItem(notes.at(0)), QStringList {QStringLiteral("LibraryGroup")});
+        QCOMPARE(OVPlist(operation.groupIdentifiersForDatabaseItem(notes.at(0))).toStringList(),
+                 QStringList {QStringLiteral("LibraryGroup")});
         QVERIFY(operation.tagsStringForDatabaseItem(notes.at(0)).isNull());
     }
 

@@ -119,6 +119,28 @@ private slots:
         QVERIFY(big != OVPlist(-1));
     }
 
+    void sharedSmallValuesStayIndependent()
+    {
+        // Truth values and small integers share their nodes; making one unsigned, or changing
+        // a container that holds one, touches no other value.
+        const OVPlist three(3);
+        const OVPlist flaggedThree = OVPlist::unsignedInteger(3);
+        QVERIFY(flaggedThree.isUnsignedInteger());
+        QVERIFY(!three.isUnsignedInteger());
+        QVERIFY(!OVPlist(3).isUnsignedInteger());
+        QCOMPARE(OVPlist(15).toInteger(), 15);
+        QCOMPARE(OVPlist(16).toInteger(), 16);
+        QCOMPARE(OVPlist(-1).toInteger(), -1);
+        OVPlist array = OVPlist::array();
+        array.append(OVPlist(true));
+        array.append(OVPlist(false));
+        QVERIFY(array.toArray().at(0).toBool());
+        QVERIFY(!array.toArray().at(1).toBool());
+        QVERIFY(OVPlist(true).isBoolean() && OVPlist(true).toBool());
+        QVERIFY(OVPlist(false).isBoolean() && !OVPlist(false).toBool());
+        QVERIFY(OVPlist(true) != OVPlist(1));
+    }
+
     void dictionariesKeepSortedKeysAndChangeInPlace()
     {
         OVPlist root;
