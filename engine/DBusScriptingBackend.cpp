@@ -4,6 +4,7 @@
 #include "engine/DBusScriptingBackend.h"
 
 #include "engine/ApplicationLocator.h"
+#include "engine/DBusCaller.h"
 #include "engine/KSScriptingException.h"
 
 #include <QDBusArgument>
@@ -12,66 +13,12 @@
 #include <QDBusObjectPath>
 #include <QHash>
 #include <QSet>
-#include <atomic>
-
-struct DBusScriptingState
-{
-    explicit DBusScriptingState(const QDBusConnection &bus)
-        : connection(bus)
-    { }
-
-    QDBusConnection connection;
-    std::atomic<quint64> roundTrips {0};
-};
 
 namespace {
 
 const QString ApplicationPath = QStringLiteral("/");
 const QString KastrelInterface = QStringLiteral("com.fendwick.Kastrel.Scripting");
 const QString NortavelInterface = QStringLiteral("com.orvantis.Nortavel3.Scripting");
-
-// One method call on one application, checked for an answer of the expected signature.
-class DBusCaller
-{
-public:
-    DBusCaller(std::shared_ptr<DBusScriptingState> state, QString identifier, QString interface)
-        : m_state(std::move(state))
-        , m_identifier(std::move(identifier))
-        , m_interface(std::move(interface))
-    { }
-
-    const QString &identifier() const { return m_identifier; }
-
-    // `about` names the object or objects the call is about, for messages.
-    QVariantList call(const QString &method, const QVariantList &arguments, const QString &about,
-                      const QString &expectedSignature) const
-    {
-        QDBusMessage message = QDBusMessage::createMethodCall(m_identifier, ApplicationPath, m_interface, method);
-        message.setArguments(arguments);
-        ++m_state->roundTrips;
-        const QDBusMessage reply = m_state->connection.call(message, QDBus::Block);
-        if (reply.type() == QDBusMessage::ErrorMessage)
-            fail(method, about, QStringLiteral("%1: %2").arg(reply.errorName(), reply.errorMessage()));
-        if (reply.type() != QDBusMessage::ReplyMessage)
-            fail(method, about, QStringLiteral("no reply"));
-        if (reply.signature() != expectedSignature)
-            fail(
-                method, about,
-                QStringLiteral("the reply has signature \"%1\", not \"%2\"").arg(reply.signature(), expectedSignature));
-        return reply.arguments();
-    }
-
-    [[noreturn]] void fail(const QString &method, const QString &about, const QString &problem) const
-    {
-        throw KSScriptingException(
-            QStringLiteral("%1 of %2 in %3 failed: %4").arg(method, about, m_identifier, problem));
-    }
-
-private:
-    std::shared_ptr<DBusScriptingState> m_state;
-    QString m_identifier;
-    QString m_interface;
-};
 
 QString describeObjects(const QStringList &objects)
 {
@@ -149,21 +96,22 @@ public:
     QStringList elements(const QString &container, const QString &element) override
     {
         const QString about = describeElement(container, element);
-        const QVariantList reply
-            = m_caller.call(QStringLiteral("Elements"), {QVariant::fromValue(QDBusObjectPath(container)), element},
-                            about, QStringLiteral("ao"));
+        QVariantList reply;
+        if (!takeReadAhead(container, element, about, &reply))
+            reply = m_caller.call(QStringLiteral("Elements"), elementsArguments(container, element), about,
+                                  QStringLiteral("ao"));
+        readAhead(container, element);
+
         const QList<QDBusObjectPath> objectPaths = qdbus_cast<QList<QDBusObjectPath>>(reply.value(0));
         QStringList paths;
         paths.reserve(objectPaths.size());
         for (const QDBusObjectPath &objectPath : objectPaths)
             paths.append(objectPath.path());
-        // Objects not read yet remember this listing, the newest they appear in: the first read
-        // of one fetches it together with the unread objects that follow it here.
+        // Every object remembers this listing, the newest it appears in: reads of its
+        // properties, and of the same element of its neighbours, follow this order.
         const auto listing = std::make_shared<const QStringList>(paths);
-        for (qsizetype i = 0; i < paths.size(); ++i) {
-            if (!m_properties.contains(paths.at(i)))
-                m_unread.insert(paths.at(i), Place {listing, i});
-        }
+        for (qsizetype i = 0; i < paths.size(); ++i)
+            m_listed.insert(paths.at(i), Place {listing, i});
         return paths;
     }
 
@@ -177,41 +125,101 @@ public:
     void releaseObject(const QString &object) override
     {
         m_properties.remove(object);
-        m_unread.remove(object);
+        m_listed.remove(object);
+        m_readAhead.remove(object);
     }
 
 private:
-    // Where an object not read yet was last listed.
+    // Where an object was last listed.
     struct Place
     {
         std::shared_ptr<const QStringList> listing;
         qsizetype index = 0;
     };
 
-    // `object` and up to a batch's worth of the unread objects that follow it in the listing it
-    // was last seen in: reading a list's objects in order costs one call per thousand.
-    QStringList batchFrom(const QString &object)
+    // An element list asked for before it is needed.
+    struct PendingElements
     {
-        QStringList batch {object};
-        const auto place = m_unread.constFind(object);
-        if (place == m_unread.constEnd())
-            return batch;
-        const std::shared_ptr<const QStringList> listing = place->listing;
-        qsizetype index = place->index;
-        m_unread.erase(place);
-        while (++index < listing->size() && batch.size() < DBusScriptingBackend::PropertiesBatchSize) {
-            const auto next = m_unread.constFind(listing->at(index));
-            if (next != m_unread.constEnd()) {
-                batch.append(next.key());
-                m_unread.erase(next);
-            }
-        }
-        return batch;
-    }
+        QString element;
+        QDBusPendingCall call;
+    };
+
+    // How many objects ahead of the one read an element list is asked for.
+    static constexpr qsizetype ReadAheadDepth = 16;
 
     static QString describeElement(const QString &container, const QString &element)
     {
         return QStringLiteral("element \"%1\" of %2").arg(element, container);
+    }
+
+    static QVariantList elementsArguments(const QString &container, const QString &element)
+    {
+        return {QVariant::fromValue(QDBusObjectPath(container)), element};
+    }
+
+    // `object` and up to a batch's worth of the objects that follow it in the listing it was
+    // last seen in and whose properties are not held: reading a list's objects in order costs
+    // one call per thousand.
+    QStringList batchFrom(const QString &object) const
+    {
+        QStringList batch {object};
+        const auto place = m_listed.constFind(object);
+        if (place == m_listed.constEnd())
+            return batch;
+        const QStringList &listing = *place->listing;
+        for (qsizetype index = place->index + 1;
+             index < listing.size() && batch.size() < DBusScriptingBackend::PropertiesBatchSize; ++index) {
+            const QString &next = listing.at(index);
+            if (!m_properties.contains(next) && isListedAt(next, place->listing, index))
+                batch.append(next);
+        }
+        return batch;
+    }
+
+    // Whether `object` was last listed at `index` of `listing` (an object listed twice counts at
+    // its later place only).
+    bool isListedAt(const QString &object, const std::shared_ptr<const QStringList> &listing, qsizetype index) const
+    {
+        const auto place = m_listed.constFind(object);
+        return place != m_listed.constEnd() && place->listing == listing && place->index == index;
+    }
+
+    // Lists are read object after object in the order of their listing (the tags of each item
+    // in turn), so when `element` of `container` is read, the same element of the next few
+    // objects is asked for already; their answers wait in the bus's queue, and reading them
+    // costs no further round trip of its own.
+    void readAhead(const QString &container, const QString &element)
+    {
+        const auto place = m_listed.constFind(container);
+        if (place == m_listed.constEnd())
+            return;
+        const std::shared_ptr<const QStringList> listing = place->listing;
+        const qsizetype end = qMin(listing->size(), place->index + 1 + ReadAheadDepth);
+        for (qsizetype index = place->index + 1; index < end; ++index) {
+            const QString &next = listing->at(index);
+            if (m_readAhead.contains(next) || !isListedAt(next, listing, index))
+                continue;
+            m_readAhead.insert(
+                next,
+                PendingElements {element, m_caller.send(QStringLiteral("Elements"), elementsArguments(next, element))});
+        }
+    }
+
+    // The answer of a list asked for ahead. One that failed is not used: the list is asked for
+    // again, so that a failure is always that of a call made when the list was needed.
+    bool takeReadAhead(const QString &container, const QString &element, const QString &about, QVariantList *reply)
+    {
+        const auto pending = m_readAhead.find(container);
+        if (pending == m_readAhead.end() || pending->element != element)
+            return false;
+        PendingElements taken = std::move(*pending);
+        m_readAhead.erase(pending);
+        try {
+            *reply = m_caller.answer(taken.call, QStringLiteral("Elements"), about, QStringLiteral("ao"));
+            return true;
+        } catch (const KSScriptingException &) {
+            return false;
+        }
     }
 
     void fetchProperties(const QStringList &objects)
@@ -238,7 +246,8 @@ private:
 
     DBusCaller m_caller;
     QHash<QString, QVariantMap> m_properties;
-    QHash<QString, Place> m_unread;
+    QHash<QString, Place> m_listed;
+    QHash<QString, PendingElements> m_readAhead;
     QSet<QString> m_propertyNames;
 };
 

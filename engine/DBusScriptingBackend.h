@@ -6,8 +6,11 @@
 // follow it in the element list it was last seen in, in one call for up to a thousand
 // objects. What was read is kept until the engine releases the object (items, once recorded),
 // so tags and labels that recur across items are read once, and memory holds about one batch
-// of items rather than the whole library. Calls block, on whichever thread makes them; no
-// time-out is set, the bus's default applies.
+// of items rather than the whole library. Element lists are read ahead: when an object's
+// list is read, the same list of the next objects of its listing is asked for without
+// waiting, so reading each item's tags in turn does not wait a round trip per item. A list
+// read ahead whose answer is an error is asked for again when it is needed. Calls block, on
+// whichever thread makes them; no time-out is set, the bus's default applies.
 #pragma once
 
 #include "engine/ScriptingBackend.h"

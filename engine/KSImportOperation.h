@@ -126,7 +126,8 @@ protected:
     void createEntityTable(const QString &entity);
     // Puts `record` into entity table `entity` under `identifier`.
     void setEntityRecord(const QString &entity, const QString &identifier, const OVPlist &record);
-    // Notes an item passed over because it has no name, in the log and for the summary.
+    // Notes an item passed over because it has no name, in the log and for the summary, and
+    // releases it.
     void skipItemWithoutName(const KastrelDatabaseItem &item);
     // Has the source write `item` into `folder`: the written path, or a null string when it
     // wrote nothing or answered a path outside `folder`, which is treated the same.

@@ -99,6 +99,7 @@ void KSImportOperation::skipItemWithoutName(const KastrelDatabaseItem &item)
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_skippedItems.append(SkippedItem {identifier, m_currentOptionKey, QStringLiteral("it has no name")});
     }
+    item.release();
     informDelegateDidImportRecordOfType(QString(QLatin1String("")));
 }
 

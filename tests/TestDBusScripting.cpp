@@ -24,6 +24,7 @@
 #include <QJsonObject>
 #include <QMutex>
 #include <QProcess>
+#include <QSet>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QtTest>
@@ -48,6 +49,15 @@ public:
         QMutexLocker lock(&mutex);
         calls.append(message.member());
         received.append(message);
+        if (message.member() == QLatin1String("Elements")) {
+            const QString key = message.arguments().value(0).value<QDBusObjectPath>().path() + QLatin1Char(' ')
+                + message.arguments().value(1).toString();
+            if (failOnce.remove(key)) {
+                connection.send(message.createErrorReply(QStringLiteral("org.freedesktop.DBus.Error.Failed"),
+                                                         QStringLiteral("not now: %1").arg(key)));
+                return true;
+            }
+        }
         if (const auto replacement = replacements.constFind(message.member()); replacement != replacements.constEnd()) {
             connection.send(message.createReply(*replacement));
             return true;
@@ -115,6 +125,7 @@ public:
     QHash<QString, QStringList> elements; // "container element" -> objects
     QHash<QString, QString> exports; // item -> answer
     QHash<QString, QVariantList> replacements; // member -> reply arguments to answer instead
+    QSet<QString> failOnce; // "container element" of Elements calls answered once with an error
     QStringList calls;
     QList<QDBusMessage> received;
 };
@@ -129,6 +140,14 @@ QStringList addNumberedItems(ScriptedPeer &peer, const QString &prefix, int coun
         items.append(item);
     }
     return items;
+}
+
+// Lists `items` as the note items, each tagged with `tags`.
+void listNotesWithTags(ScriptedPeer &peer, const QStringList &items, const QStringList &tags)
+{
+    for (const QString &item : items)
+        peer.elements.insert(item + QStringLiteral(" tags"), tags);
+    peer.elements.insert(QStringLiteral("/ noteItems"), items);
 }
 
 // How many objects each Properties call of the source interface asked for, in order.
@@ -503,6 +522,64 @@ private slots:
         QCOMPARE(listed.at(3).id(), QStringLiteral("changed"));
         QCOMPARE(listed.at(3).id(), QStringLiteral("changed"));
         QCOMPARE(propertiesAskedFor(host.peer), (QList<int> {10, 1}));
+    }
+
+    void tagsOfTheNextItemsAreAskedForAhead()
+    {
+        PeerHost host(Kastrel4);
+        fillLibrary(host.peer, QStringLiteral("2.1"));
+        const QStringList items = addNumberedItems(host.peer, QStringLiteral("/ahead"), 40);
+        listNotesWithTags(host.peer, items, {QStringLiteral("/t/1")});
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+        const QList<KastrelDatabaseItem> listed = kastrel->noteItems().get();
+
+        // Reading the first item's tags asks for those of the sixteen after it too.
+        QCOMPARE(listed.at(0).tags().get().size(), 1);
+        QTRY_COMPARE(host.peer.callCount(QStringLiteral("Elements")), 1 + 1 + 16);
+        const quint64 before = backend.roundTripCount();
+        for (const KastrelDatabaseItem &item : listed.mid(1))
+            QCOMPARE(item.tags().get().value(0).objectPath(), QStringLiteral("/t/1"));
+        // Every list was asked for once, and the counter saw each call.
+        QTRY_COMPARE(host.peer.callCount(QStringLiteral("Elements")), 1 + 40);
+        QCOMPARE(backend.roundTripCount() - before, quint64(40 - 1 - 16));
+    }
+
+    void aListAskedForAheadThatFailedIsAskedForAgain()
+    {
+        PeerHost host(Kastrel4);
+        fillLibrary(host.peer, QStringLiteral("2.1"));
+        const QStringList items = addNumberedItems(host.peer, QStringLiteral("/retry"), 5);
+        listNotesWithTags(host.peer, items, {QStringLiteral("/t/2")});
+        host.peer.failOnce.insert(QStringLiteral("/retry/3 tags"));
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+        const QList<KastrelDatabaseItem> listed = kastrel->noteItems().get();
+        for (const KastrelDatabaseItem &item : listed)
+            QCOMPARE(item.tags().get().size(), 1);
+        QCOMPARE(host.peer.callCount(QStringLiteral("Elements")), 1 + 5 + 1);
+
+        // A list that cannot be had fails the read that needs it, with the bus's error.
+        host.peer.elements.remove(QStringLiteral("/retry/4 tags"));
+        const QString failure = scriptingFailureOf([&] { listed.at(4).tags().get(); });
+        QVERIFY2(failure.contains(QLatin1String("Elements")) && failure.contains(QLatin1String("/retry/4"))
+                     && failure.contains(QLatin1String("UnknownObject")),
+                 qPrintable(failure));
+    }
+
+    void releasedItemsAreNotAskedForAhead()
+    {
+        PeerHost host(Kastrel4);
+        fillLibrary(host.peer, QStringLiteral("2.1"));
+        const QStringList items = addNumberedItems(host.peer, QStringLiteral("/gone"), 3);
+        listNotesWithTags(host.peer, items, {});
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+        const QList<KastrelDatabaseItem> listed = kastrel->noteItems().get();
+        listed.at(1).release();
+        listed.at(0).tags().get();
+        listed.at(2).tags().get();
+        QCOMPARE(host.peer.callCount(QStringLiteral("Elements")), 1 + 2);
     }
 
     void recurringTagsAndLabelsAreReadOnce()

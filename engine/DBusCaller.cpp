@@ -1,0 +1,64 @@
+// Method calls on one application; see DBusCaller.h.
+#include "engine/DBusCaller.h"
+
+#include "engine/KSScriptingException.h"
+
+#include <QDBusMessage>
+#include <QDBusPendingReply>
+
+namespace {
+
+const QString ApplicationPath = QStringLiteral("/");
+
+} // namespace
+
+DBusCaller::DBusCaller(std::shared_ptr<DBusScriptingState> state, QString identifier, QString interface)
+    : m_state(std::move(state))
+    , m_identifier(std::move(identifier))
+    , m_interface(std::move(interface))
+{ }
+
+QDBusMessage DBusCaller::message(const QString &method, const QVariantList &arguments) const
+{
+    QDBusMessage message = QDBusMessage::createMethodCall(m_identifier, ApplicationPath, m_interface, method);
+    message.setArguments(arguments);
+    ++m_state->roundTrips;
+    return message;
+}
+
+QVariantList DBusCaller::call(const QString &method, const QVariantList &arguments, const QString &about,
+                              const QString &expectedSignature) const
+{
+    const QDBusMessage reply = m_state->connection.call(message(method, arguments), QDBus::Block);
+    return checked(reply, method, about, expectedSignature);
+}
+
+QDBusPendingCall DBusCaller::send(const QString &method, const QVariantList &arguments) const
+{
+    return m_state->connection.asyncCall(message(method, arguments));
+}
+
+QVariantList DBusCaller::answer(QDBusPendingCall &pending, const QString &method, const QString &about,
+                                const QString &expectedSignature) const
+{
+    pending.waitForFinished();
+    return checked(pending.reply(), method, about, expectedSignature);
+}
+
+QVariantList DBusCaller::checked(const QDBusMessage &reply, const QString &method, const QString &about,
+                                 const QString &expectedSignature) const
+{
+    if (reply.type() == QDBusMessage::ErrorMessage)
+        fail(method, about, QStringLiteral("%1: %2").arg(reply.errorName(), reply.errorMessage()));
+    if (reply.type() != QDBusMessage::ReplyMessage)
+        fail(method, about, QStringLiteral("no reply"));
+    if (reply.signature() != expectedSignature)
+        fail(method, about,
+             QStringLiteral("the reply has signature \"%1\", not \"%2\"").arg(reply.signature(), expectedSignature));
+    return reply.arguments();
+}
+
+void DBusCaller::fail(const QString &method, const QString &about, const QString &problem) const
+{
+    throw KSScriptingException(QStringLiteral("%1 of %2 in %3 failed: %4").arg(method, about, m_identifier, problem));
+}

@@ -1,0 +1,52 @@
+// Method calls on one application over the bus, each checked for an answer of the expected
+// signature. Every error reply, vanished name or reply of another signature throws
+// KSScriptingException naming the call, the object and the bus's error.
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusPendingCall>
+#include <QString>
+#include <QVariantList>
+#include <atomic>
+#include <memory>
+
+// What all connections of one backend share: the bus, and the count of calls made on it.
+struct DBusScriptingState
+{
+    explicit DBusScriptingState(const QDBusConnection &bus)
+        : connection(bus)
+    { }
+
+    QDBusConnection connection;
+    std::atomic<quint64> roundTrips {0};
+};
+
+class DBusCaller
+{
+public:
+    DBusCaller(std::shared_ptr<DBusScriptingState> state, QString identifier, QString interface);
+
+    const QString &identifier() const { return m_identifier; }
+
+    // Calls `method` and waits for its answer. `about` names the object or objects the call is
+    // about, for messages.
+    QVariantList call(const QString &method, const QVariantList &arguments, const QString &about,
+                      const QString &expectedSignature) const;
+
+    // Sends the call without waiting; its answer is checked when it is taken with answer().
+    QDBusPendingCall send(const QString &method, const QVariantList &arguments) const;
+    // The arguments of a sent call's answer, waiting for it if it has not come yet.
+    QVariantList answer(QDBusPendingCall &pending, const QString &method, const QString &about,
+                        const QString &expectedSignature) const;
+
+    [[noreturn]] void fail(const QString &method, const QString &about, const QString &problem) const;
+
+private:
+    QDBusMessage message(const QString &method, const QVariantList &arguments) const;
+    QVariantList checked(const QDBusMessage &reply, const QString &method, const QString &about,
+                         const QString &expectedSignature) const;
+
+    std::shared_ptr<DBusScriptingState> m_state;
+    QString m_identifier;
+    QString m_interface;
+};
