@@ -54,19 +54,10 @@ public:
     bool start(const QString &identifier, const QStringList &extraArguments)
     {
         m_identifier = identifier;
-        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        m_process.start(standinExecutable(),
-                        QStringList {QStringLiteral("serve"), QStringLiteral("--library"), libraryPath(),
-                                     QStringLiteral("--identifier"), identifier}
-                            + extraArguments);
-        if (!m_process.waitForStarted())
-            return false;
-        // The stand-in prints its ready line once it owns its name.
-        while (!m_process.canReadLine()) {
-            if (!m_process.waitForReadyRead(30000))
-                return false;
-        }
-        return m_process.readLine().startsWith("ready");
+        return TestSupport::startStandin(m_process, standinExecutable(),
+                                         QStringList {QStringLiteral("serve"), QStringLiteral("--library"),
+                                                      libraryPath(), QStringLiteral("--identifier"), identifier}
+                                             + extraArguments);
     }
 
     ~Standin()

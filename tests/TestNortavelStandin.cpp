@@ -22,6 +22,8 @@
 
 namespace {
 
+using TestSupport::writeFile;
+
 const QString kInterface = QStringLiteral("com.orvantis.Nortavel3.Scripting");
 const QString kEntityName = QStringLiteral("com.orvantis.Nortavel.EntityName");
 const QString kRuleSet = QStringLiteral("0F8C2A4E-5B1D-4E7A-9C3B-2D6E8F0A1B2C");
@@ -33,13 +35,6 @@ constexpr uint kCopyMethod = 0x54666370; // 'Tfcp'
 QString executable()
 {
     return QStringLiteral(KI_BIN_DIR "/nortavel3-standin");
-}
-
-bool writeFile(const QString &path, const QByteArray &bytes)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
 }
 
 QByteArray archivedString(const QString &text)
@@ -215,18 +210,10 @@ public:
     bool start(const QString &dataFolder, const QStringList &extra = {})
     {
         m_report = dataFolder + QStringLiteral("/report.json");
-        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        m_process.start(executable(),
-                        QStringList {QStringLiteral("serve"), QStringLiteral("--data"), dataFolder,
-                                     QStringLiteral("--report"), m_report}
-                            + extra);
-        if (!m_process.waitForStarted())
-            return false;
-        while (!m_process.canReadLine()) {
-            if (!m_process.waitForReadyRead(30000))
-                return false;
-        }
-        return m_process.readLine().startsWith("ready");
+        return TestSupport::startStandin(m_process, executable(),
+                                         QStringList {QStringLiteral("serve"), QStringLiteral("--data"), dataFolder,
+                                                      QStringLiteral("--report"), m_report}
+                                             + extra);
     }
 
     ~Target()

@@ -22,17 +22,8 @@
 
 namespace {
 
-bool writeFile(const QString &path, const QByteArray &contents)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size();
-}
-
-QByteArray fileContents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
+using TestSupport::fileContents;
+using TestSupport::writeFile;
 
 // A note package written by hand: TXT.rtf only.
 QString makePackage(const QString &folder, const QString &name, const QByteArray &rtf)

@@ -17,28 +17,8 @@
 
 namespace {
 
-bool writeFile(const QString &path, const QByteArray &contents)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size();
-}
-
-QByteArray fileContents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-QByteArray pngBytes()
-{
-    QImage image(2, 2, QImage::Format_RGB32);
-    image.fill(Qt::blue);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
+using TestSupport::fileContents;
+using TestSupport::writeFile;
 
 // Attachments of a document by file name, in text order.
 QList<QPair<QString, QByteArray>> attachmentsOf(const QTextDocument &document)
@@ -144,12 +124,12 @@ private slots:
     {
         QTemporaryDir work;
         const QString outside = work.filePath(QStringLiteral("secret.png"));
-        QVERIFY(writeFile(outside, pngBytes()));
+        QVERIFY(writeFile(outside, TestSupport::pngBytes(2, 2, Qt::blue)));
         const QString path = work.filePath(QStringLiteral("a/b/hostile.rtfd"));
         QVERIFY(QDir().mkpath(path));
         QVERIFY(QFile::link(outside, path + QStringLiteral("/link.png")));
         QVERIFY(QDir().mkpath(path + QStringLiteral("/sub")));
-        QVERIFY(writeFile(path + QStringLiteral("/sub/inner.png"), pngBytes()));
+        QVERIFY(writeFile(path + QStringLiteral("/sub/inner.png"), TestSupport::pngBytes(2, 2, Qt::blue)));
         for (const QByteArray &name : {QByteArray("missing.png"), QByteArray("../../../secret.png"),
                                        QByteArray("../../x"), QByteArray("link.png"), QByteArray("sub/inner.png"),
                                        QByteArray("sub"), QByteArray(".."), QByteArray("TXT.rtf")}) {
@@ -184,8 +164,9 @@ private slots:
     {
         QTextDocument document;
         QTextCursor cursor(&document);
-        cursor.insertText(QString(QChar::ObjectReplacementCharacter),
-                          RichTextAttachment::makeFormat(&document, QStringLiteral("a.png"), pngBytes()));
+        cursor.insertText(
+            QString(QChar::ObjectReplacementCharacter),
+            RichTextAttachment::makeFormat(&document, QStringLiteral("a.png"), TestSupport::pngBytes(2, 2, Qt::blue)));
         cursor.insertText(QString(QChar::ObjectReplacementCharacter),
                           RichTextAttachment::makeFormat(&document, QStringLiteral("a.png"), "other bytes"));
         cursor.insertText(QString(QChar::ObjectReplacementCharacter),

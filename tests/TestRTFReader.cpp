@@ -44,17 +44,6 @@ QTextCharFormat formatAt(const QTextDocument &document, int position)
     return cursor.charFormat();
 }
 
-QByteArray pngBytes(int width, int height)
-{
-    QImage image(width, height, QImage::Format_RGB32);
-    image.fill(Qt::red);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
-
 // The text as unrtf gives it, for comparison with ours: unrtf shows each link as the word
 // "hyperlink" and each attachment as its file name, and its white space differs, so all white
 // space is removed from both sides.
@@ -323,7 +312,7 @@ private slots:
 
     void picturesPngAndJpeg()
     {
-        const QByteArray png = pngBytes(4, 3);
+        const QByteArray png = TestSupport::pngBytes(4, 3, Qt::red);
         QImage image(5, 5, QImage::Format_RGB32);
         image.fill(Qt::blue);
         QByteArray jpeg;
@@ -350,7 +339,7 @@ private slots:
 
     void attachmentsAreResolvedThroughTheLoader()
     {
-        const QByteArray png = pngBytes(2, 2);
+        const QByteArray png = TestSupport::pngBytes(2, 2, Qt::red);
         RTFReader reader;
         QStringList asked;
         reader.setAttachmentLoader([&](const QString &name, QByteArray *contents) {
@@ -453,7 +442,7 @@ private slots:
 
     void pictureWithOddHex()
     {
-        const QByteArray hex = pngBytes(2, 2).toHex();
+        const QByteArray hex = TestSupport::pngBytes(2, 2, Qt::red).toHex();
         QTextDocument document;
         // A lost digit damages the image; the text around it stays.
         readText(wrap("a{\\pict\\pngblip " + hex + "f}b{\\pict\\pngblip zz1}c"), &document);

@@ -95,17 +95,6 @@ QTextCharFormat baseFormat()
     return format;
 }
 
-QByteArray pngBytes()
-{
-    QImage image(3, 2, QImage::Format_RGB32);
-    image.fill(Qt::green);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
-
 // A document with every kind of formatting the reader produces.
 void fillRichDocument(QTextDocument *document)
 {
@@ -176,9 +165,9 @@ void fillRichDocument(QTextDocument *document)
     fixed.setAlignment(Qt::AlignLeft);
     cursor.insertBlock(fixed);
     add(QStringLiteral("image "), [](QTextCharFormat &) {});
-    cursor.insertText(
-        QString(QChar::ObjectReplacementCharacter),
-        RichTextAttachment::makeFormat(document, QStringLiteral("Picture 1.png"), pngBytes(), QSizeF(30, 20)));
+    cursor.insertText(QString(QChar::ObjectReplacementCharacter),
+                      RichTextAttachment::makeFormat(document, QStringLiteral("Picture 1.png"),
+                                                     TestSupport::pngBytes(3, 2, Qt::green), QSizeF(30, 20)));
     cursor.insertBlock(QTextBlockFormat());
     cursor.insertBlock(QTextBlockFormat());
     add(QStringLiteral("after two paragraph ends"), [](QTextCharFormat &) {});
@@ -300,7 +289,8 @@ private slots:
         QVERIFY(position > 0);
         QTextCursor cursor(&back);
         cursor.setPosition(position + 1);
-        QCOMPARE(RichTextAttachment::contents(&back, cursor.charFormat().toImageFormat()), pngBytes());
+        QCOMPARE(RichTextAttachment::contents(&back, cursor.charFormat().toImageFormat()),
+                 TestSupport::pngBytes(3, 2, Qt::green));
     }
 
     void attachmentsThatAreNotImagesAreLeftOutOfPlainRTF()
@@ -321,7 +311,7 @@ private slots:
     {
         QTextDocument document;
         QTextCursor cursor(&document);
-        const QByteArray png = pngBytes();
+        const QByteArray png = TestSupport::pngBytes(3, 2, Qt::green);
         for (int i = 0; i < 3; ++i)
             cursor.insertText(QString(QChar::ObjectReplacementCharacter),
                               RichTextAttachment::makeFormat(&document, QStringLiteral("same.png"), png));

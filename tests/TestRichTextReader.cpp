@@ -16,11 +16,7 @@
 
 namespace {
 
-bool writeFile(const QString &path, const QByteArray &contents)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size();
-}
+using TestSupport::writeFile;
 
 QString readFileText(const QString &path, QVariantMap *attributes = nullptr, bool *ok = nullptr)
 {

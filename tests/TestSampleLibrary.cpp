@@ -206,12 +206,9 @@ private slots:
         QCOMPARE(generator.exitCode(), 0);
 
         QProcess standin;
-        standin.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        standin.start(QStringLiteral(KI_BIN_DIR "/kastrel-standin"),
-                      {QStringLiteral("--library"), folder.path(), QStringLiteral("--version"), QStringLiteral("2.0")});
-        while (!standin.canReadLine())
-            QVERIFY(standin.waitForReadyRead(60000));
-        QVERIFY(standin.readLine().startsWith("ready"));
+        QVERIFY(TestSupport::startStandin(
+            standin, QStringLiteral(KI_BIN_DIR "/kastrel-standin"),
+            {QStringLiteral("--library"), folder.path(), QStringLiteral("--version"), QStringLiteral("2.0")}, 60000));
 
         auto call = [](const QString &method, const QVariantList &arguments) {
             QDBusMessage message

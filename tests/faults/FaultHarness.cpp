@@ -1,6 +1,7 @@
 #include "FaultHarness.h"
 
 #include "TestConfig.h"
+#include "TestSupport.h"
 
 #include <QCryptographicHash>
 #include <QDBusConnection>
@@ -20,6 +21,8 @@
 namespace FaultHarness {
 
 namespace {
+
+using TestSupport::writeFile;
 
 const QString sourceName = QStringLiteral("com.fendwick.kastrel4");
 const QString targetName = QStringLiteral("com.orvantis.Nortavel3");
@@ -44,13 +47,6 @@ void stopService(const QString &name)
     ::kill(pid_t(pid.value()), SIGTERM);
     for (int attempt = 0; attempt < 500 && bus->isServiceRegistered(name).value(); ++attempt)
         QThread::msleep(10);
-}
-
-bool writeFile(const QString &path, const QByteArray &contents)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(contents) == contents.size();
 }
 
 } // namespace

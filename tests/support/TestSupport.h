@@ -1,6 +1,9 @@
 // Small helpers shared by the tests: where test data lies, and fixtures that may be absent.
 #pragma once
 
+#include <QByteArray>
+#include <QColor>
+#include <QProcess>
 #include <QString>
 #include <QtTest>
 
@@ -12,6 +15,18 @@ QString testDataPath(const QString &relativePath);
 // Absolute path of a file under the shared fixtures folder, or an empty string when the
 // folder is not there (a user's checkout has no shared folder beside it).
 QString sharedFixturePath(const QString &relativePath);
+
+// Writes `contents` to a new or emptied file at `path`, making its folder when missing.
+bool writeFile(const QString &path, const QByteArray &contents);
+// The whole file at `path`, or nothing when it cannot be read.
+QByteArray fileContents(const QString &path);
+// A PNG image of one colour.
+QByteArray pngBytes(int width, int height, const QColor &color);
+
+// Starts a stand-in application (its errors go to the test's) and waits until it prints its
+// ready line, which it does once it owns its name on the bus. False when it did not start,
+// went quiet for `timeoutMs`, or said something else first.
+bool startStandin(QProcess &process, const QString &program, const QStringList &arguments, int timeoutMs = 30000);
 
 } // namespace TestSupport
 
