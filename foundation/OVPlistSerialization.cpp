@@ -8,6 +8,7 @@
 #include "foundation/OVPlistSerialization.h"
 
 #include "foundation/OVLocalization.h"
+#include "foundation/OVXmlCharacters.h"
 
 #include <QFile>
 #include <QHash>
@@ -510,10 +511,11 @@ private:
     }
 
     // Whole runs between the three characters that need escaping are copied at once: the
-    // library file of a large export is mostly strings.
+    // library file of a large export is mostly strings. Characters XML cannot carry are left
+    // out, since one of them in an item's name would make readers refuse the whole file.
     void escaped(const QString &text)
     {
-        const QByteArray utf8 = text.toUtf8();
+        const QByteArray utf8 = OVXmlCharacters::carriable(text).toUtf8();
         const char *run = utf8.constData();
         const char *const end = run + utf8.size();
         for (const char *c = run; c != end; ++c) {

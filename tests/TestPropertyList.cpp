@@ -7,6 +7,7 @@
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
+#include <QXmlStreamReader>
 #include <QtTest>
 #include <clocale>
 #include <cstdlib>
@@ -238,6 +239,41 @@ private slots:
     {
         const QByteArray written = OVPlistSerialization::dataWithPropertyList(OVPlist::uid(12), Format::Xml);
         QVERIFY(written.contains("<dict>\n\t<key>CF$UID</key>\n\t<integer>12</integer>\n</dict>\n"));
+    }
+
+    void xmlLeavesOutCharactersXmlCannotCarry()
+    {
+        // Item names from the source application may hold control characters; one of them
+        // written as it is would make every XML reader refuse the whole library file.
+        const QString bad = QString(QChar(0x0001)) + QChar(0x0008) + QChar(0x000B) + QChar(0x001F) + QChar(0xFFFE)
+            + QChar(0xFFFF) + QChar(0xD83D);
+        const QString kept = QStringLiteral("tab\tline\nreturn\r emoji \U0001F600");
+        OVPlist root;
+        root.insert(QStringLiteral("name") + bad, QStringLiteral("Title") + bad + QStringLiteral(" end"));
+        root.insert(QStringLiteral("kept") + QChar(0x0001), kept);
+        OVPlist names = OVPlist::array();
+        names.append(bad + QStringLiteral("inside") + bad);
+        root.insert(QStringLiteral("names"), names);
+
+        OVError error;
+        const QByteArray xml = OVPlistSerialization::dataWithPropertyList(root, Format::Xml, &error);
+        QVERIFY2(!xml.isEmpty(), qPrintable(error.localizedDescription));
+
+        QXmlStreamReader reader(xml);
+        while (!reader.atEnd())
+            reader.readNext();
+        QVERIFY2(!reader.hasError(), qPrintable(reader.errorString()));
+
+        OVPlist expected;
+        expected.insert(QStringLiteral("name"), QStringLiteral("Title end"));
+        expected.insert(QStringLiteral("kept"), kept);
+        OVPlist expectedNames = OVPlist::array();
+        expectedNames.append(QStringLiteral("inside"));
+        expected.insert(QStringLiteral("names"), expectedNames);
+        const OVPlist back = OVPlistSerialization::propertyListWithData(xml, nullptr, &error);
+        QVERIFY2(back.isValid(), qPrintable(error.localizedDescription));
+        QCOMPARE(back, expected);
+        QCOMPARE(back.value(QStringLiteral("kept")).toString(), kept);
     }
 
     void rewritingTerminalProfileGivesTheSameBytes()
