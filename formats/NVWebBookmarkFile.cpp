@@ -82,6 +82,42 @@ bool isWellFormedURLText(const QString &string)
     return true;
 }
 
+// A location names its scheme first ("http:", "data:"); text without one is no address.
+bool startsWithScheme(const QString &text)
+{
+    const qsizetype colon = text.indexOf(u':');
+    if (colon < 1)
+        return false;
+    for (qsizetype index = 0; index < colon; ++index) {
+        const char16_t unit = text.at(index).unicode();
+        const bool letter = (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z');
+        const bool digit = unit >= u'0' && unit <= u'9';
+        if (!letter && !(index > 0 && (digit || unit == u'+' || unit == u'-' || unit == u'.')))
+            return false;
+    }
+    return true;
+}
+
+// Qt's encoded form may still hold characters the strict reading refuses ("{", "|", a second
+// "#"); encoding them too keeps the address readable from the file it is written to.
+QString encodeRemainingCharacters(const QString &encoded)
+{
+    QString result;
+    result.reserve(encoded.size());
+    bool fragmentSeen = false;
+    for (const QChar character : encoded) {
+        const bool secondHash = character == u'#' && fragmentSeen;
+        fragmentSeen = fragmentSeen || character == u'#';
+        if (isURLReferenceCharacter(character) && !secondHash) {
+            result.append(character);
+            continue;
+        }
+        for (const char byte : QString(character).toUtf8())
+            result.append(QStringLiteral("%%1").arg(uchar(byte), 2, 16, QLatin1Char('0')).toUpper());
+    }
+    return result;
+}
+
 // The last component of the address's path as a file browser would name it: "/" for the root,
 // trailing slashes ignored, empty for no path at all.
 QString lastPathComponent(const QUrl &url)
@@ -334,6 +370,23 @@ QUrl NVWebBookmarkFile::URLWithString(const QString &string)
         return QUrl();
     const QUrl url(string, QUrl::StrictMode);
     return url.isValid() ? url : QUrl();
+}
+
+QUrl NVWebBookmarkFile::URLWithLocation(const QString &location)
+{
+    const QUrl strict = URLWithString(location);
+    if (!strict.isEmpty())
+        return strict;
+    // Browsers drop surrounding blanks and any tab or line break before they read an address.
+    QString text = location.trimmed();
+    text.removeIf([](QChar character) { return character == u'\t' || character == u'\n' || character == u'\r'; });
+    if (!startsWithScheme(text))
+        return QUrl();
+    const QUrl tolerant(text, QUrl::TolerantMode);
+    if (!tolerant.isValid() || tolerant.scheme().isEmpty())
+        return QUrl();
+    // Going through the strict reading makes the address the very one its file gives back.
+    return URLWithString(encodeRemainingCharacters(tolerant.toString(QUrl::FullyEncoded)));
 }
 
 QString NVWebBookmarkFile::absoluteString(const QUrl &url)

@@ -71,6 +71,12 @@ public:
     // The project's reading of an address: a well-formed absolute or relative URL reference
     // made of URL characters only, or an empty QUrl (the "no address" value) for anything else.
     static QUrl URLWithString(const QString &string);
+    // An address for a bookmark from a location as another application gives it: the strict
+    // reading when it succeeds, else the URL a browser makes of the text (blanks, non-ASCII
+    // and other characters percent-encoded, the host in IDNA form). Null when the text has no
+    // "scheme:" or no URL can be made of it (a blank inside the host). Whatever comes back
+    // reads back unchanged through URLWithString from its absoluteString.
+    static QUrl URLWithLocation(const QString &location);
     // The address as text, or an empty string when there is none.
     static QString absoluteString(const QUrl &url);
 

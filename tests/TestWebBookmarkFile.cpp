@@ -604,6 +604,102 @@ private slots:
         QFETCH(bool, valid);
         QCOMPARE(!NVWebBookmarkFile::URLWithString(text).isEmpty(), valid);
     }
+
+    // Locations from another application: what the strict reading refuses is made a URL the
+    // way a browser makes one, and written in its encoded ASCII form.
+
+    void locationBecomesEncodedURL_data()
+    {
+        QTest::addColumn<QString>("location");
+        QTest::addColumn<QString>("written");
+        QTest::addColumn<QString>("extension");
+        QTest::newRow("international host") << QString::fromUtf8("http://b\xc3\xbc"
+                                                                 "cher.example/")
+                                            << "http://xn--bcher-kva.example/"
+                                            << "webloc";
+        QTest::newRow("blank in path") << "http://example.com/a b"
+                                       << "http://example.com/a%20b"
+                                       << "webloc";
+        QTest::newRow("non-ASCII path") << QString::fromUtf8("https://example.com/caf\xc3\xa9")
+                                        << "https://example.com/caf%C3%A9"
+                                        << "webloc";
+        QTest::newRow("data") << "data:text/plain,hello world"
+                              << "data:text/plain,hello%20world"
+                              << "inetloc";
+        QTest::newRow("surrounding blanks") << "  http://example.com/x \n"
+                                            << "http://example.com/x"
+                                            << "webloc";
+        QTest::newRow("braces and bars") << "http://example.com/{a}|b"
+                                         << "http://example.com/%7Ba%7D%7Cb"
+                                         << "webloc";
+        QTest::newRow("second hash") << "http://example.com/a#b#c"
+                                     << "http://example.com/a#b%23c"
+                                     << "webloc";
+        QTest::newRow("lone percent") << "ftp://example.com/100%"
+                                      << "ftp://example.com/100%25"
+                                      << "ftploc";
+        QTest::newRow("mail") << QString::fromUtf8("mailto:j\xc3\xb6rg@example.com") << "mailto:j%C3%B6rg@example.com"
+                              << "mailloc";
+    }
+
+    void locationBecomesEncodedURL()
+    {
+        QFETCH(QString, location);
+        QFETCH(QString, written);
+        QFETCH(QString, extension);
+        const QUrl address = NVWebBookmarkFile::URLWithLocation(location);
+        QVERIFY(address.isValid());
+        QCOMPARE(NVWebBookmarkFile::absoluteString(address), written);
+        QCOMPARE(address.toString(QUrl::FullyEncoded), written);
+        const auto bookmark = NVWebBookmarkFile::bookmarkWithName(QString(), address);
+        QCOMPARE(writtenPlist(*bookmark).value(QLatin1String(NVWebBookmarkFile::URLKey)).toString(), written);
+        QVERIFY2(bookmark->suggestedFilename().endsWith(QLatin1Char('.') + extension),
+                 qPrintable(bookmark->suggestedFilename()));
+
+        QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("location.") + extension);
+        OVError error;
+        QVERIFY2(bookmark->writeToFileAtURL(QUrl::fromLocalFile(path), &error), qPrintable(error.localizedDescription));
+        QCOMPARE(readFile(path)->URL(), address);
+    }
+
+    void strictLocationIsTheStrictURL_data()
+    {
+        QTest::addColumn<QString>("location");
+        QTest::newRow("web") << "http://www.example.org/a?b=c#d";
+        QTest::newRow("encoded") << "https://example.com/caf%C3%A9";
+        QTest::newRow("relative") << "ht";
+        QTest::newRow("mail") << "mailto:a@example.org";
+    }
+
+    void strictLocationIsTheStrictURL()
+    {
+        QFETCH(QString, location);
+        const QUrl strict = NVWebBookmarkFile::URLWithString(location);
+        QVERIFY(!strict.isEmpty());
+        QCOMPARE(NVWebBookmarkFile::URLWithLocation(location), strict);
+        QCOMPARE(NVWebBookmarkFile::absoluteString(NVWebBookmarkFile::URLWithLocation(location)),
+                 NVWebBookmarkFile::absoluteString(strict));
+    }
+
+    void textThatIsNoURLGivesNoAddress_data()
+    {
+        QTest::addColumn<QString>("location");
+        QTest::newRow("empty") << QString();
+        QTest::newRow("blanks") << "   ";
+        QTest::newRow("words") << "not a url at all";
+        QTest::newRow("path without scheme") << "example.com/a b";
+        QTest::newRow("colon first") << ":foo bar";
+        QTest::newRow("scheme with blank") << "ht tp://example.com/";
+        QTest::newRow("blank in host") << "http://exa mple.com";
+        QTest::newRow("bad IPv6 host") << "http://[bad host]/";
+    }
+
+    void textThatIsNoURLGivesNoAddress()
+    {
+        QFETCH(QString, location);
+        QVERIFY(NVWebBookmarkFile::URLWithLocation(location).isEmpty());
+    }
 };
 
 QTEST_GUILESS_MAIN(TestWebBookmarkFile)
