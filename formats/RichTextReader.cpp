@@ -42,9 +42,15 @@ int utf16ZeroParity(const QByteArray &data)
     return -1;
 }
 
+// UTF-16 and UTF-32 hold zero bytes as a matter of course.
+bool isWideUnicode(const QByteArray &data)
+{
+    return hasUtf16Bom(data) || data.startsWith(QByteArrayLiteral("\x00\x00\xFE\xFF")) || utf16ZeroParity(data) >= 0;
+}
+
 bool looksBinary(const QByteArray &data)
 {
-    if (hasUtf16Bom(data) || data.startsWith(QByteArrayLiteral("\x00\x00\xFE\xFF")) || utf16ZeroParity(data) >= 0)
+    if (isWideUnicode(data))
         return false;
     const QByteArrayView head = QByteArrayView(data).first(qMin(data.size(), sniffLength));
     return head.contains('\0') || data.startsWith("%PDF-") || data.startsWith("\x89PNG")
@@ -73,6 +79,29 @@ bool hasMarkdownExtension(const QString &fileName)
     static const QStringList extensions = {QStringLiteral("md"), QStringLiteral("markdown"), QStringLiteral("mdown"),
                                            QStringLiteral("mkd"), QStringLiteral("mkdn")};
     return extensions.contains(QFileInfo(fileName).suffix().toLower());
+}
+
+bool hasPlainTextExtension(const QString &fileName)
+{
+    return QFileInfo(fileName).suffix().compare(QLatin1String("txt"), Qt::CaseInsensitive) == 0;
+}
+
+// Zero bytes anywhere, not only near the start, mean the bytes are no eight-bit text.
+bool holdsZeroBytesOutsideUnicode(const QByteArray &data)
+{
+    return !isWideUnicode(data) && data.contains('\0');
+}
+
+// A name ending in ".txt" says the bytes are text, whatever they begin with ("{\rtf" in a
+// plain note stays text); only data that is no text at all is refused. Other names, and no
+// name, leave the format to the content.
+RichTextReader::Format readingFormat(const QByteArray &data, const QString &fileName)
+{
+    if (!hasPlainTextExtension(fileName))
+        return RichTextReader::detectFormat(data, fileName);
+    if (looksBinary(data) || holdsZeroBytesOutsideUnicode(data))
+        return RichTextReader::Format::Unknown;
+    return RichTextReader::Format::PlainText;
 }
 
 QString decodeHTML(const QByteArray &data)
@@ -144,7 +173,7 @@ bool RichTextReader::readData(const QByteArray &data, QTextDocument *document, c
         return false;
     }
     QVariantMap attributes;
-    switch (detectFormat(data, fileName)) {
+    switch (readingFormat(data, fileName)) {
     case Format::RTF: {
         RTFReader reader;
         if (!reader.read(data, document, error))

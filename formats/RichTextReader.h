@@ -1,6 +1,7 @@
 // Reads any file the rich-text conversion accepts into a QTextDocument: RTF, RTFD packages,
 // plain text in any common encoding, HTML and Markdown. The format is decided by the content
-// first and the file name's extension second, so a missing or wrong extension does no harm.
+// first and the file name's extension second, so a missing or wrong extension does no harm;
+// only a ".txt" name is taken at its word, so that a plain note beginning "{\rtf" stays text.
 #pragma once
 
 #include "foundation/OVError.h"
@@ -18,11 +19,12 @@ public:
     enum class Format { Unknown, RTF, RTFD, PlainText, HTML, Markdown };
 
     // The format of the bytes; `fileName` (may be empty) only settles what content leaves open,
-    // Markdown against plain text.
+    // Markdown against plain text. Reading goes further for a ".txt" name (see readFile).
     static Format detectFormat(const QByteArray &data, const QString &fileName = QString());
 
     // Reads a file or an RTFD package folder. Fails for missing files, folders that are not
-    // packages, and binary data that is no text.
+    // packages, and binary data that is no text. A ".txt" name (any case) is read as plain
+    // text whatever its first bytes, here and in readData and read.
     [[nodiscard]] static bool readFile(const QString &path, QTextDocument *document,
                                        QVariantMap *documentAttributes = nullptr, OVError *error = nullptr);
     [[nodiscard]] static bool readData(const QByteArray &data, QTextDocument *document,

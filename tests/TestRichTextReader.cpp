@@ -196,6 +196,94 @@ private slots:
         QVERIFY(!error.localizedDescription.isEmpty());
     }
 
+    void txtNameIsReadAsPlainText_data()
+    {
+        QTest::addColumn<QString>("fileName");
+        QTest::newRow("lower case") << QStringLiteral("notes.txt");
+        QTest::newRow("upper case") << QStringLiteral("NOTES.TXT");
+        QTest::newRow("mixed case") << QStringLiteral("notes.Txt");
+    }
+
+    void txtNameIsReadAsPlainText()
+    {
+        QFETCH(QString, fileName);
+        const QByteArray data("{\\rtf1 not really rich text}");
+        QTemporaryDir work;
+        const QString path = work.filePath(fileName);
+        QVERIFY(writeFile(path, data));
+        QVariantMap attributes;
+        bool ok = false;
+        QCOMPARE(readFileText(path, &attributes, &ok), QStringLiteral("{\\rtf1 not really rich text}"));
+        QVERIFY(ok);
+        QCOMPARE(attributes.value(RichText::DocumentTypeAttribute).toString(), RichText::PlainTextDocumentType);
+
+        QTextDocument document;
+        QVERIFY(RichTextReader::readData(data, &document, fileName));
+        QCOMPARE(document.toPlainText(), QStringLiteral("{\\rtf1 not really rich text}"));
+        QByteArray bytes = data;
+        QBuffer buffer(&bytes);
+        QVERIFY(RichTextReader::read(&buffer, &document, fileName));
+        QCOMPARE(document.toPlainText(), QStringLiteral("{\\rtf1 not really rich text}"));
+    }
+
+    void txtNameKeepsMarkupAsText()
+    {
+        QTextDocument document;
+        QVERIFY(RichTextReader::readData("<html><body><b>x</b></body></html>", &document, QStringLiteral("page.txt")));
+        QCOMPARE(document.toPlainText(), QStringLiteral("<html><body><b>x</b></body></html>"));
+    }
+
+    void otherNamesStillSniffTheContent_data()
+    {
+        QTest::addColumn<QString>("fileName");
+        QTest::newRow("no name") << QString();
+        QTest::newRow("rtf") << QStringLiteral("notes.rtf");
+        QTest::newRow("txt inside the name") << QStringLiteral("notes.txt.rtf");
+        QTest::newRow("txt without a dot") << QStringLiteral("notestxt");
+    }
+
+    void otherNamesStillSniffTheContent()
+    {
+        QFETCH(QString, fileName);
+        QTextDocument document;
+        QVariantMap attributes;
+        QVERIFY(RichTextReader::readData("{\\rtf1 not really rich text}", &document, fileName, &attributes));
+        QCOMPARE(document.toPlainText(), QStringLiteral("not really rich text"));
+        QCOMPARE(attributes.value(RichText::DocumentTypeAttribute).toString(), RichText::RTFDocumentType);
+    }
+
+    void binaryTxtFails_data()
+    {
+        QTest::addColumn<QByteArray>("data");
+        QTest::newRow("zero bytes in text") << QByteArray("some text\0\0\0 and more text", 26);
+        QByteArray late(6000, 'a');
+        late[5000] = '\0';
+        QTest::newRow("zero byte after the first kilobytes") << late;
+        QTest::newRow("png") << QByteArray("\x89PNG\r\n\x1a\n\0\0", 10);
+    }
+
+    void binaryTxtFails()
+    {
+        QFETCH(QByteArray, data);
+        QTemporaryDir work;
+        const QString path = work.filePath(QStringLiteral("binary.txt"));
+        QVERIFY(writeFile(path, data));
+        QTextDocument document;
+        OVError error;
+        QVERIFY(!RichTextReader::readFile(path, &document, nullptr, &error));
+        QCOMPARE(error.domain, RichText::ErrorDomain);
+        QCOMPARE(error.code, qint64(RichText::FileReadCorruptFileError));
+        QVERIFY(!error.localizedDescription.isEmpty());
+        QVERIFY(!RichTextReader::readData(data, &document, QStringLiteral("binary.txt")));
+    }
+
+    void utf16TxtIsText()
+    {
+        QTextDocument document;
+        QVERIFY(RichTextReader::readData(QByteArray("{\0\\\0r\0t\0f\0", 10), &document, QStringLiteral("wide.txt")));
+        QCOMPARE(document.toPlainText(), QStringLiteral("{\\rtf"));
+    }
+
     void emptyFileIsEmptyText()
     {
         QTextDocument document;
