@@ -14,11 +14,16 @@ QString applicationSupportFolder();
 // The data folder of a sandboxed application: ~/.var/app/<identifier>/data.
 QString sandboxedApplicationSupportFolder(const QString &identifier);
 
+// Where a program keeps large temporary files when the user has not said: `systemFolder`
+// ("/tmp"), unless that is a memory file system (tmpfs), where a whole library would take the
+// machine's memory; then "/var/tmp", which lives on the disk.
+QString temporaryRootFor(const QString &systemFolder = QStringLiteral("/tmp"));
+
 // $TMPDIR when set (the user's own choice); otherwise the folder below, unchecked.
 QString perUserTemporaryFolderPath();
 
 // $TMPDIR when set (the user's own choice); otherwise a folder of the user's own in the
-// system's temporary folder, mode 0700, created when missing. A path there that is a
+// system's temporary folder (temporaryRootFor()), mode 0700, created when missing. A path there that is a
 // symbolic link, no folder, or another user's folder is refused with a null string and an
 // explanation in *reason: never followed, never changed, never deleted.
 QString perUserTemporaryFolder(QString *reason = nullptr);

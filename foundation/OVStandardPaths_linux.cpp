@@ -8,6 +8,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 namespace OVStandardPaths {
@@ -82,12 +83,23 @@ QString sandboxedApplicationSupportFolder(const QString &identifier)
     return QDir(homeFolder()).filePath(QStringLiteral(".var/app/") + identifier + QStringLiteral("/data"));
 }
 
+QString temporaryRootFor(const QString &systemFolder)
+{
+    constexpr long tmpfsMagic = 0x01021994;
+    struct statfs status;
+    const QByteArray encoded = QFile::encodeName(systemFolder);
+    if (::statfs(encoded.constData(), &status) == 0 && long(status.f_type) == tmpfsMagic
+        && QFileInfo(QStringLiteral("/var/tmp")).isDir())
+        return QStringLiteral("/var/tmp");
+    return systemFolder;
+}
+
 QString perUserTemporaryFolderPath()
 {
     const QString fromEnvironment = qEnvironmentVariable("TMPDIR");
     if (!fromEnvironment.isEmpty() && QDir::isAbsolutePath(fromEnvironment))
         return QDir::cleanPath(fromEnvironment);
-    return QStringLiteral("/tmp/kastrel-importer-") + QString::number(::getuid());
+    return temporaryRootFor() + QStringLiteral("/kastrel-importer-") + QString::number(::getuid());
 }
 
 QString perUserTemporaryFolder(QString *reason)
