@@ -78,6 +78,15 @@ QString baseFileName(const KastrelItem &item)
     return name;
 }
 
+QString exportedText(const KastrelItem &item)
+{
+    // A password item's content is its password: the export carries it, below any text.
+    if (item.kind != KastrelItemKind::Password || !item.password || item.password->isEmpty())
+        return item.text;
+    const QString line = QStringLiteral("Password: ") + *item.password;
+    return item.text.isEmpty() ? line : item.text + QLatin1Char('\n') + line;
+}
+
 QByteArray rtfDocumentForText(const QString &text)
 {
     QByteArray body;
@@ -141,7 +150,7 @@ QString exportItem(const KastrelItem &item, const QString &folder, QString *erro
     case KastrelItemKind::SerialNumber:
     case KastrelItemKind::Password: {
         const QString path = pathInFolder(directory, freeFileName(directory, base, QStringLiteral("rtf")));
-        return writeFile(path, rtfDocumentForText(item.text), error) ? path : QString();
+        return writeFile(path, rtfDocumentForText(exportedText(item)), error) ? path : QString();
     }
     case KastrelItemKind::Bookmark:
     case KastrelItemKind::Image:
