@@ -3,6 +3,7 @@
 
 #include "engine/KSScriptingException.h"
 
+#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusPendingReply>
 
@@ -49,16 +50,38 @@ QVariantList DBusCaller::checked(const QDBusMessage &reply, const QString &metho
                                  const QString &expectedSignature) const
 {
     if (reply.type() == QDBusMessage::ErrorMessage)
-        fail(method, about, QStringLiteral("%1: %2").arg(reply.errorName(), reply.errorMessage()));
+        fail(method, about, QStringLiteral("%1: %2").arg(reply.errorName(), reply.errorMessage()),
+             failureOf(reply.errorName()));
     if (reply.type() != QDBusMessage::ReplyMessage)
-        fail(method, about, QStringLiteral("no reply"));
+        fail(method, about, QStringLiteral("no reply"), failureOf(QString()));
     if (reply.signature() != expectedSignature)
         fail(method, about,
              QStringLiteral("the reply has signature \"%1\", not \"%2\"").arg(reply.signature(), expectedSignature));
     return reply.arguments();
 }
 
-void DBusCaller::fail(const QString &method, const QString &about, const QString &problem) const
+KSScriptingException::Failure DBusCaller::failureOf(const QString &errorName) const
 {
-    throw KSScriptingException(QStringLiteral("%1 of %2 in %3 failed: %4").arg(method, about, m_identifier, problem));
+    static const QStringList gone = {QStringLiteral("org.freedesktop.DBus.Error.ServiceUnknown"),
+                                     QStringLiteral("org.freedesktop.DBus.Error.NameHasNoOwner"),
+                                     QStringLiteral("org.freedesktop.DBus.Error.Disconnected")};
+    static const QStringList silent
+        = {QStringLiteral("org.freedesktop.DBus.Error.NoReply"), QStringLiteral("org.freedesktop.DBus.Error.Timeout"),
+           QStringLiteral("org.freedesktop.DBus.Error.TimedOut")};
+    if (gone.contains(errorName))
+        return KSScriptingException::Failure::Quit;
+    if (!errorName.isEmpty() && !silent.contains(errorName))
+        return KSScriptingException::Failure::Other;
+    // No answer: an application that left the bus meanwhile quit; one still there hangs.
+    QDBusConnectionInterface *bus = m_state->connection.interface();
+    if (bus && !bus->isServiceRegistered(m_identifier).value())
+        return KSScriptingException::Failure::Quit;
+    return KSScriptingException::Failure::NoAnswer;
+}
+
+void DBusCaller::fail(const QString &method, const QString &about, const QString &problem,
+                      KSScriptingException::Failure failure) const
+{
+    throw KSScriptingException(QStringLiteral("%1 of %2 in %3 failed: %4").arg(method, about, m_identifier, problem),
+                               failure, m_identifier);
 }

@@ -3,6 +3,8 @@
 // KSScriptingException naming the call, the object and the bus's error.
 #pragma once
 
+#include "engine/KSScriptingException.h"
+
 #include <QDBusConnection>
 #include <QDBusPendingCall>
 #include <QString>
@@ -39,10 +41,13 @@ public:
     QVariantList answer(QDBusPendingCall &pending, const QString &method, const QString &about,
                         const QString &expectedSignature) const;
 
-    [[noreturn]] void fail(const QString &method, const QString &about, const QString &problem) const;
+    [[noreturn]] void fail(const QString &method, const QString &about, const QString &problem,
+                           KSScriptingException::Failure failure = KSScriptingException::Failure::Other) const;
 
 private:
     QDBusMessage message(const QString &method, const QVariantList &arguments) const;
+    // What an error reply (or, for an empty name, no reply at all) says of the application.
+    KSScriptingException::Failure failureOf(const QString &errorName) const;
     QVariantList checked(const QDBusMessage &reply, const QString &method, const QString &about,
                          const QString &expectedSignature) const;
 

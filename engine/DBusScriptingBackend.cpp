@@ -287,6 +287,14 @@ DBusScriptingBackend::DBusScriptingBackend(const QDBusConnection &connection)
     : m_state(std::make_shared<DBusScriptingState>(connection))
 { }
 
+QString DBusScriptingBackend::connectionProblem()
+{
+    if (m_state->connection.isConnected())
+        return QString();
+    const QString message = m_state->connection.lastError().message();
+    return message.isEmpty() ? QStringLiteral("no session bus is running") : message;
+}
+
 QString DBusScriptingBackend::absolutePathForAppBundleWithIdentifier(const QString &identifier)
 {
     return ApplicationLocator::absolutePathForAppBundleWithIdentifier(identifier);

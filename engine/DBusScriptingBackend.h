@@ -25,6 +25,7 @@ class DBusScriptingBackend : public ScriptingBackend
 public:
     explicit DBusScriptingBackend(const QDBusConnection &connection = QDBusConnection::sessionBus());
 
+    QString connectionProblem() override;
     QString absolutePathForAppBundleWithIdentifier(const QString &identifier) override;
     std::shared_ptr<KastrelScripting> kastrelWithBundleIdentifier(const QString &identifier) override;
     std::shared_ptr<NortavelScripting> nortavelWithBundleIdentifier(const QString &identifier) override;

@@ -1,10 +1,13 @@
 // Bookmarks: the source only tells each bookmark's name and address; the bookmark file is
 // written here. A file that cannot be written is logged and still recorded, so one bad
-// bookmark does not stop the library.
+// bookmark does not stop the library; the check before the hand-off takes such a record out
+// again and the item is listed as not imported.
 #include "engine/KSImportOperation.h"
 #include "formats/NVItemType.h"
 #include "formats/NVWebBookmarkFile.h"
+#include "foundation/OVFileNameFitting.h"
 #include "foundation/OVFileNameStrings.h"
+#include "foundation/OVLocalization.h"
 #include "foundation/OVStringFormat.h"
 
 #include <QDir>
@@ -13,26 +16,45 @@
 bool KSImportOperation::importBookmarks()
 {
     const QString folder = QDir(filesPath()).filePath(QStringLiteral("Bookmarks"));
-    const QUrl folderURL = QUrl::fromLocalFile(folder);
 
     for (const KastrelDatabaseItem &item : kastrelApp()->bookmarkItems().get()) {
         if (isCancelled())
             return false;
+        const QString name = item.name();
+        setCurrentItemName(name);
+        const QString identifier = item.id();
         const QString location = item.location();
-        const QUrl url = location.isEmpty() ? QUrl() : NVWebBookmarkFile::URLWithString(location);
+        // Addresses as people paste them (a blank, an accented path, a host in its own
+        // script) are made into URLs as browsers do, so they are not lost.
+        const QUrl url = location.isEmpty() ? QUrl() : NVWebBookmarkFile::URLWithLocation(location);
+        if (!location.isEmpty() && url.isEmpty())
+            noteItemProblem(identifier, name, ItemProblemKind::Incomplete,
+                            OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP(
+                                                   "KastrelImporter", "its address \"%@\" is not a web address")),
+                                               {location}));
         // A bookmark without a name is written too: its file name comes from its address.
-        const NVWebBookmarkFile::Pointer bookmark = NVWebBookmarkFile::bookmarkWithName(item.name(), url);
+        const NVWebBookmarkFile::Pointer bookmark = NVWebBookmarkFile::bookmarkWithName(name, url);
 
-        const QString fileName
-            = OVExtensions::makeFilenameUniqueInDirectoryAtURL(bookmark->suggestedFilename(), folderURL);
-        const QString path = QDir(folder).filePath(fileName);
+        const QString suggested = bookmark->suggestedFilename();
+        const QString fileName = OVExtensions::makeFittedFilenameUniqueInDirectory(
+            OVExtensions::fileNameFittedToFolder(suggested, folder, NVWebBookmarkFile::fileExtensionForURL(url)),
+            folder);
+        const QString path = folder + QLatin1Char('/') + fileName;
         OVError error;
-        if (!bookmark->writeToFileAtURL(QUrl::fromLocalFile(path), &error))
+        if (!bookmark->writeToFileAtURL(QUrl::fromLocalFile(path), &error)) {
             writeLog(OVStringWithFormat(QStringLiteral("Exporting bookmark file %@ failed: %@"),
                                         {path, error.localizedDescription}));
-
-        setFileDates(path, item);
-        const QString identifier = item.id();
+            if (stopIfOutOfSpace(folder))
+                return false;
+            noteItemProblem(identifier, name, ItemProblemKind::NotImported,
+                            OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP(
+                                                   "KastrelImporter", "its bookmark file could not be written (%@)")),
+                                               {error.localizedDescription}));
+        } else if (!setFileDates(path, item)) {
+            // The record of a bookmark has no dates: the file is all that carries them.
+            noteItemProblem(identifier, name, ItemProblemKind::Incomplete,
+                            OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "its dates could not be set")));
+        }
         writeLog(OVStringWithFormat(QStringLiteral("Exporting item with identifier as bookmark: %@"), {identifier}));
 
         // No name and no dates in the record: the file carries the dates.

@@ -1,8 +1,10 @@
 // Images and web archives: the source writes each item's file straight into its folder;
 // the file keeps the name the source gave it, is dated, and gets its item record.
 #include "engine/KSImportOperation.h"
+#include "foundation/OVFileNameFitting.h"
 #include "foundation/OVFileNameStrings.h"
 #include "foundation/OVStringFormat.h"
+#include "foundation/OVXmlCharacters.h"
 
 #include <QDir>
 #include <QFile>
@@ -15,7 +17,7 @@ bool KSImportOperation::importDatabaseItems(const QList<KastrelDatabaseItem> &it
         if (isCancelled())
             return false;
         bool skipped = false;
-        const QString path = exportNamedItemToFolder(item, directory, &skipped);
+        QString path = exportNamedItemToFolder(item, directory, &skipped);
         if (skipped)
             continue;
         if (path.isNull())
@@ -24,9 +26,20 @@ bool KSImportOperation::importDatabaseItems(const QList<KastrelDatabaseItem> &it
         // The file keeps the name the source chose. Only when sanitising would not change it is
         // it "moved", onto itself; a name the sanitiser would change is left alone, and the
         // record describes the file as the source named it.
-        const QString fileName = QFileInfo(path).fileName();
+        QString fileName = QFileInfo(path).fileName();
         if (OVExtensions::stringSanitizedForFileName(fileName) == fileName)
             QFile::rename(path, QDir(QFileInfo(path).absolutePath()).filePath(fileName));
+        // Except for a name the library file cannot carry (a control character): the record
+        // would name a file that is not there, so such a file takes the name without them.
+        if (!OVXmlCharacters::canCarry(fileName)) {
+            const QString carried = OVExtensions::makeFittedFilenameUniqueInDirectory(
+                OVExtensions::fileNameFittedToFolder(fileName, directory), directory);
+            const QString carriedPath = directory + QLatin1Char('/') + carried;
+            if (QFile::rename(path, carriedPath)) {
+                path = carriedPath;
+                fileName = carried;
+            }
+        }
 
         setFileDates(path, item);
         const QString identifier = item.id();

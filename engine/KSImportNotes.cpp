@@ -3,21 +3,22 @@
 // "Notes", which gets its dates and its item record; then the staged file goes.
 #include "engine/KSImportOperation.h"
 #include "formats/NVItemType.h"
+#include "formats/NVOriginalFileNote.h"
 #include "formats/RTFDPackage.h"
 #include "formats/RichTextReader.h"
+#include "foundation/OVFileNameFitting.h"
 #include "foundation/OVFileNameStrings.h"
+#include "foundation/OVLocalization.h"
 #include "foundation/OVMainThread.h"
 #include "foundation/OVStandardPaths.h"
 #include "foundation/OVStringFormat.h"
 
 #include <QDir>
 #include <QTextDocument>
-#include <QUrl>
 
 bool KSImportOperation::importDatabaseItemsAsNotes(const QList<KastrelDatabaseItem> &items)
 {
     const QString notesFolder = QDir(filesPath()).filePath(QStringLiteral("Notes"));
-    const QUrl notesFolderURL = QUrl::fromLocalFile(notesFolder);
     const QString stagingFolder = QDir(filesPath()).filePath(QStringLiteral("TMP"));
 
     for (const KastrelDatabaseItem &item : items) {
@@ -32,17 +33,38 @@ bool KSImportOperation::importDatabaseItemsAsNotes(const QList<KastrelDatabaseIt
         const QString name = item.name();
 
         // The extension goes on before sanitising, so a long name is cut with its extension
-        // kept, and uniquing numbers it before the extension: 'Agenda 1.nvnote'.
-        const QString noteName = OVExtensions::makeFilenameUniqueInDirectoryAtURL(
-            OVExtensions::stringSanitizedForFileName(name + QLatin1Char('.') + NVNoteDocumentFileExtension),
-            notesFolderURL);
-        const QString notePath = QDir(notesFolder).filePath(noteName);
+        // kept, and uniquing numbers it before the extension: 'Agenda 1.nvnote'. The name is
+        // then fitted to what the file system takes (255 bytes, not 255 characters) and to
+        // what the library file can carry, before uniquing, so two long names never share a
+        // package.
+        const QString noteName = OVExtensions::makeFittedFilenameUniqueInDirectory(
+            OVExtensions::fileNameFittedToFolder(
+                OVExtensions::stringSanitizedForFileName(name + QLatin1Char('.') + NVNoteDocumentFileExtension),
+                notesFolder, NVNoteDocumentFileExtension),
+            notesFolder);
+        const QString notePath = notesFolder + QLatin1Char('/') + noteName;
         const QVariantMap request {{QStringLiteral("originalPath"), stagedPath},
-                                   {QStringLiteral("notePath"), notePath}};
-        OVPerformOnMainThreadAndWait([this, &request] { convertFileToNoteOnMainThread(request); });
+                                   {QStringLiteral("notePath"), notePath},
+                                   {QStringLiteral("name"), name}};
+        NoteConversion conversion;
+        OVPerformOnMainThreadAndWait(
+            [this, &request, &conversion] { convertFileToNoteOnMainThread(request, &conversion); });
+
+        const QString identifier = item.id();
+        switch (conversion.outcome) {
+        case NoteConversion::Outcome::Converted:
+            break;
+        case NoteConversion::Outcome::OriginalFileAttached:
+            noteItemProblem(identifier, name, ItemProblemKind::OriginalFileAttached, conversion.reason);
+            break;
+        case NoteConversion::Outcome::NotWritten:
+            if (stopIfOutOfSpace(notesFolder))
+                return false;
+            noteItemProblem(identifier, name, ItemProblemKind::NotImported, conversion.reason);
+            break;
+        }
 
         setFileDates(notePath, item);
-        const QString identifier = item.id();
         writeLog(OVStringWithFormat(QStringLiteral("Exporting item with identifier as note: %@"), {identifier}));
 
         OVPlist record = itemRecord(NVItemTypeNote, identifier, notePath, noteName);
@@ -61,16 +83,39 @@ bool KSImportOperation::importDatabaseItemsAsNotes(const QList<KastrelDatabaseIt
     return true;
 }
 
-void KSImportOperation::convertFileToNoteOnMainThread(const QVariantMap &request)
+void KSImportOperation::convertFileToNoteOnMainThread(const QVariantMap &request, NoteConversion *conversion)
 {
     const QString originalPath = request.value(QStringLiteral("originalPath")).toString();
     const QString notePath = request.value(QStringLiteral("notePath")).toString();
+    NoteConversion result;
 
     QTextDocument document;
     OVError error;
-    if (!RichTextReader::readFile(originalPath, &document, nullptr, &error)
-        || !RTFDPackage::writeDocument(&document, notePath, {}, &error)) {
+    if (!RichTextReader::readFile(originalPath, &document, nullptr, &error)) {
         qWarning().noquote() << OVStringWithFormat(QStringLiteral("Cannot write note: %@"),
                                                    {error.localizedDescription});
+        // Text that cannot be read is still the person's data: the note holds the file itself.
+        const QString readFailure = error.localizedDescription;
+        const QString name = request.value(QStringLiteral("name"), QFileInfo(originalPath).fileName()).toString();
+        if (NVOriginalFileNote::write(name, originalPath, notePath, &error)) {
+            result.outcome = NoteConversion::Outcome::OriginalFileAttached;
+            result.reason = OVStringWithFormat(
+                OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "its text could not be read (%@)")),
+                {readFailure});
+        } else {
+            result.outcome = NoteConversion::Outcome::NotWritten;
+            result.reason = OVStringWithFormat(
+                OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "its note could not be written (%@)")),
+                {error.localizedDescription});
+        }
+    } else if (!RTFDPackage::writeDocument(&document, notePath, {}, &error)) {
+        qWarning().noquote() << OVStringWithFormat(QStringLiteral("Cannot write note: %@"),
+                                                   {error.localizedDescription});
+        result.outcome = NoteConversion::Outcome::NotWritten;
+        result.reason = OVStringWithFormat(
+            OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "its note could not be written (%@)")),
+            {error.localizedDescription});
     }
+    if (conversion)
+        *conversion = result;
 }

@@ -3,10 +3,14 @@
 #include "engine/KSImportOperation.h"
 
 #include "engine/DBusScriptingBackend.h"
+#include "engine/KSExportLock.h"
 #include "engine/KSImportErrors.h"
 #include "engine/KSLibraryRecords.h"
+#include "engine/KSScriptingException.h"
+#include "foundation/OVLocalization.h"
 #include "foundation/OVLogLine.h"
 #include "foundation/OVStandardPaths.h"
+#include "foundation/OVStringFormat.h"
 
 #include <QDir>
 #include <QFile>
@@ -54,6 +58,33 @@ QString KSImportOperation::exportFolderForTarget(const QString &identifier, QStr
 
 void KSImportOperation::main()
 {
+    // Without a bus nothing can be reached, and "not found" would send the person looking
+    // for an installation that is fine.
+    const QString busProblem = m_backend->connectionProblem();
+    if (!busProblem.isEmpty()) {
+        informDelegateDidEncounterError(OVError {
+            KSImportErrorDomain, KSTargetApplicationNotFoundError,
+            OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP(
+                                   "KastrelImporter",
+                                   "Kastrel Importer cannot reach Kastrel and Nortavel 3: there is no D-Bus session "
+                                   "bus (%@). Run it from your desktop session, or start both applications and the "
+                                   "importer under one \"dbus-run-session\".")),
+                               {busProblem})});
+        return;
+    }
+
+    // A second export would empty the first one's folder and write into its log.
+    KSExportLock exportLock;
+    bool otherExportRunning = false;
+    QString lockProblem;
+    if (!exportLock.tryLock(&otherExportRunning, &lockProblem) && otherExportRunning) {
+        informDelegateDidEncounterError(KSImportError(KSExportFolderError,
+                                                      QT_TRANSLATE_NOOP("KastrelImporter",
+                                                                        "Another export is running. Wait until it has "
+                                                                        "ended, then export again.")));
+        return;
+    }
+
     QString identifier;
     for (const QString &candidate : {targetIdentifier, sandboxedTargetIdentifier}) {
         if (!m_backend->absolutePathForAppBundleWithIdentifier(candidate).isNull()) {
@@ -75,25 +106,86 @@ void KSImportOperation::main()
     // that cannot be opened is not an error: the run goes on and its lines are lost.
     log->open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered);
     setLogStream(log);
+    if (!lockProblem.isEmpty())
+        writeLog(OVStringWithFormat(QStringLiteral("Exporting without the lock against a second export: %@"),
+                                    {lockProblem}));
 
     try {
         writeLog(QStringLiteral("*** Export started"));
         performImportWithAppIdentifier(identifier);
+        if (isCancelled())
+            writeLog(QStringLiteral("Export cancelled"));
+        removeUnusedExportFolder();
         writeLog(QStringLiteral("*** Export ended"));
         if (isCancelled())
             informDelegateDidCancel();
         else
             informDelegateDidEnd();
+    } catch (const KSScriptingException &exception) {
+        writeLog(OVStringWithFormat(QStringLiteral("Scripting failure: %@"), {exception.reason()}));
+        informDelegateDidEncounterError(OVError {KSImportErrorDomain, KSExceptionError, describe(exception)});
+        removeUnusedExportFolder();
+        informDelegateDidCancel();
     } catch (const std::exception &exception) {
         informDelegateDidEncounterError(
             OVError {KSImportErrorDomain, KSExceptionError, QString::fromUtf8(exception.what())});
+        removeUnusedExportFolder();
         informDelegateDidCancel();
     } catch (...) {
         informDelegateDidEncounterError(
             OVError {KSImportErrorDomain, KSExceptionError, QStringLiteral("Unknown exception")});
+        removeUnusedExportFolder();
         informDelegateDidCancel();
     }
     log->close();
+}
+
+QString KSImportOperation::describe(const KSScriptingException &exception) const
+{
+    const bool fromTarget
+        = exception.application() == targetIdentifier || exception.application() == sandboxedTargetIdentifier;
+    const QString application = fromTarget ? QStringLiteral("Nortavel 3") : QStringLiteral("Kastrel");
+    QString what;
+    switch (exception.failure()) {
+    case KSScriptingException::Failure::Quit:
+        what = OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "%@ quit")), {application});
+        break;
+    case KSScriptingException::Failure::NoAnswer:
+        what = OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "%@ stopped answering")),
+                                  {application});
+        break;
+    case KSScriptingException::Failure::Other:
+        what = OVStringWithFormat(
+            OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "%@ did not answer as expected")), {application});
+        break;
+    }
+    if (m_currentItemName.isEmpty())
+        return OVStringWithFormat(
+            OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter",
+                                                "%@ during the export. Nothing was handed to Nortavel 3; "
+                                                "the details are in the log.")),
+            {what});
+    return OVStringWithFormat(
+        OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter",
+                                            "%@ while \"%@\" was being exported. Nothing was handed to "
+                                            "Nortavel 3; the details are in the log.")),
+        {what, m_currentItemName});
+}
+
+void KSImportOperation::removeUnusedExportFolder()
+{
+    // A finished export's folder belongs to the target now; an unfinished one is of no use to
+    // anybody, and may sit in memory.
+    if (!m_createdExportFolder || !handedOffLibraryFile().isNull() || (!isCancelled() && !m_errorReported))
+        return;
+    const QString folder = filesPath();
+    QString reason;
+    if (OVStandardPaths::removeItemAtPath(folder, &reason))
+        writeLog(OVStringWithFormat(QStringLiteral("Removed the unfinished export folder %@"), {folder}));
+    else
+        writeLog(OVStringWithFormat(QStringLiteral("Unable to remove the unfinished export folder %@: %@"),
+                                    {folder, reason}));
+    m_createdExportFolder = false;
 }
 
 void KSImportOperation::writeLog(const QString &line)

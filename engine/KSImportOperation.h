@@ -15,12 +15,15 @@
 #include <QIODevice>
 #include <QList>
 #include <QMap>
+#include <QSet>
 #include <QString>
 #include <QVariantMap>
 #include <atomic>
 #include <memory>
 #include <mutex>
 #include <optional>
+
+class KSScriptingException;
 
 class KSImportOperation
 {
@@ -75,6 +78,23 @@ public:
     QMap<QString, quint64> announcedItemCounts() const;
     QList<SkippedItem> skippedItems() const;
 
+    // An item that did not arrive whole: not at all, with its original file attached in place
+    // of its text, or without part of what it carries (its address, its dates).
+    enum class ItemProblemKind { NotImported, OriginalFileAttached, Incomplete };
+    struct ItemProblem
+    {
+        QString identifier;
+        QString name;
+        QString optionKey;
+        ItemProblemKind kind = ItemProblemKind::NotImported;
+        QString reason;
+    };
+    QList<ItemProblem> itemProblems() const;
+    // The library file handed to the target, or a null string when none was.
+    QString handedOffLibraryFile() const;
+    // How many records of the library file lost characters that XML cannot carry.
+    qint64 recordsWithUncarriableCharacters() const;
+
     // Where the log of a run for `targetIdentifier` goes: "<support>/Nortavel 3/Logs/Kastrel Export.log".
     static QString logFilePathForTarget(const QString &targetIdentifier);
     // The export folder for `targetIdentifier`, or a null string (and *reason) when the
@@ -96,9 +116,18 @@ public:
     bool importDatabaseItems(const QList<KastrelDatabaseItem> &items, qint64 type, const QString &directory);
     bool importPDFs();
 
+    // What became of a note's conversion: written from its text, written as a note holding
+    // the original file (the text could not be read), or not written at all.
+    struct NoteConversion
+    {
+        enum class Outcome { Converted, OriginalFileAttached, NotWritten } outcome = Outcome::Converted;
+        QString reason;
+    };
     // Writes the note package of a staged file: "originalPath" is read, "notePath" written.
-    // Runs on the main thread; a failure only leaves a line on the console.
-    void convertFileToNoteOnMainThread(const QVariantMap &request);
+    // Runs on the main thread. A failure leaves a line on the console; a staged file that is
+    // no readable text still becomes a note, holding that file unchanged. `conversion`, when
+    // given, tells which happened.
+    void convertFileToNoteOnMainThread(const QVariantMap &request, NoteConversion *conversion = nullptr);
 
     // Web Page (7) for PDFs a browser saved, Document (2) for any other.
     static qint64 itemTypeForPDFAtPath(const QString &path);
@@ -139,8 +168,9 @@ protected:
     // The end every item exporter shares: the general attributes go into `record`, the record
     // into the item table under `identifier`, and the item is released, as nothing reads it again.
     void storeItemRecord(const KastrelDatabaseItem &item, const QString &identifier, OVPlist &record);
-    // Sets what the item has of its creation and modification dates on the file at `path`.
-    static void setFileDates(const QString &path, const KastrelDatabaseItem &item);
+    // Sets what the item has of its creation and modification dates on the file at `path`;
+    // answers whether every date it has was set.
+    static bool setFileDates(const QString &path, const KastrelDatabaseItem &item);
     // A record of the item table with the keys every kind sets first.
     static OVPlist itemRecord(qint64 type, const QString &identifier, const QString &path, const QString &fileName);
     // The name (the file name without its extension), the hidden-extension flag and what the
@@ -148,6 +178,26 @@ protected:
     static void insertNameAndDates(OVPlist &record, const QString &fileName, const KastrelDatabaseItem &item);
     // The reason of the 10003 error for `item`: `format` filled with the item's name.
     static OVError itemExportError(const char *format, const QString &name);
+
+    // Tells of an item that did not arrive whole: in the log, and in itemProblems().
+    void noteItemProblem(const QString &identifier, const QString &name, ItemProblemKind kind, const QString &reason);
+    // Whether a file written into `folder` failed for lack of space (a full disk, a quota, a
+    // file size limit). If so, error 10002 naming the folder and the reason is reported, and
+    // the run is to stop.
+    bool stopIfOutOfSpace(const QString &folder);
+    // The item being exported, so that a failure of the source's connection names it.
+    void setCurrentItemName(const QString &name) { m_currentItemName = name; }
+    // Takes out of the item table every record whose file is not there (listing its item as
+    // not imported) and counts the records whose strings XML cannot carry whole.
+    void removeRecordsWithoutFiles();
+    // Removes the export folder of a run that was cancelled or stopped by an error.
+    void removeUnusedExportFolder();
+    // The error text for a failure of the connection to an application: which one, what
+    // happened, and the item being exported; the bus's own words go to the log.
+    QString describe(const KSScriptingException &exception) const;
+    // Writes the library file and reads it back: a file the target could not parse, or that
+    // names a file which is not there, is never handed over. Reports error 10002 on failure.
+    bool writeLibraryFile(const QString &libraryFile);
 
 private:
     std::shared_ptr<ScriptingBackend> m_backend;
@@ -164,6 +214,13 @@ private:
 
     QMap<QString, quint64> m_announcedItemCounts;
     QList<SkippedItem> m_skippedItems;
+    QList<ItemProblem> m_itemProblems;
+    QSet<QString> m_itemsWithProblems; // identifiers listed in m_itemProblems as not arrived
+    QString m_handedOffLibraryFile;
+    qint64 m_recordsWithUncarriableCharacters = 0;
+    bool m_errorReported = false;
+    bool m_createdExportFolder = false;
+    QString m_currentItemName; // only touched on the worker thread
     QString m_currentOptionKey; // the kind the item stage is exporting, for skipped items
 
     // Item identifier to the groups listing it, made from the group tables on first use, so

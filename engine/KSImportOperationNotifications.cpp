@@ -52,6 +52,7 @@ void KSImportOperation::informDelegateDidImportRecordOfType(const QString &type)
 
 void KSImportOperation::informDelegateDidEncounterError(const OVError &error)
 {
+    m_errorReported = true;
     OVPerformOnMainThreadAndWait([this, &error] {
         writeLog(OVStringWithFormat(QStringLiteral("Error: %@"), {describeError(error)}));
         if (const auto listener = delegate())

@@ -3,7 +3,9 @@
 // "Web Pages" or "Documents" under a free name.
 #include "engine/KSImportOperation.h"
 #include "formats/NVItemType.h"
+#include "foundation/OVFileNameFitting.h"
 #include "foundation/OVFileNameStrings.h"
+#include "foundation/OVLocalization.h"
 #include "foundation/OVStringFormat.h"
 
 #include <QDir>
@@ -92,6 +94,7 @@ bool KSImportOperation::importPDFs()
     for (const KastrelDatabaseItem &item : kastrelApp()->pdfArchiveItems().get()) {
         if (isCancelled())
             return false;
+        setCurrentItemName(item.name());
         const QString stagedPath = exportItemToFolder(item, stagingFolder);
         if (stagedPath.isNull()) {
             informDelegateDidEncounterError(itemExportError(failureText, item.name()));
@@ -100,9 +103,11 @@ bool KSImportOperation::importPDFs()
 
         const qint64 type = itemTypeForPDFAtPath(stagedPath);
         const QString folder = type == NVItemTypeDocument ? documentsFolder : webPagesFolder;
-        // The source's own name is kept when it is free; it is not sanitised.
-        const QString fileName = OVExtensions::makeFilenameUniqueInDirectoryAtURL(QFileInfo(stagedPath).fileName(),
-                                                                                  QUrl::fromLocalFile(folder));
+        // The source's own name is kept when it is free; it is not sanitised. Only what the
+        // file system or the library file could not take is fitted, so that a numbered name
+        // ('Name 1.pdf') of a long name still fits and never lands on another PDF.
+        const QString fileName = OVExtensions::makeFittedFilenameUniqueInDirectory(
+            OVExtensions::fileNameFittedToFolder(QFileInfo(stagedPath).fileName(), folder), folder);
         // Not QDir::filePath(): it answers a name beginning with ":" (a resource path) unchanged.
         const QString destination = folder + QLatin1Char('/') + fileName;
         QFile staged(stagedPath);
@@ -113,8 +118,11 @@ bool KSImportOperation::importPDFs()
             return false;
         }
 
-        setFileDates(destination, item);
         const QString identifier = item.id();
+        // The record of a PDF has no dates: the file is all that carries them.
+        if (!setFileDates(destination, item))
+            noteItemProblem(identifier, item.name(), ItemProblemKind::Incomplete,
+                            OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "its dates could not be set")));
         writeLog(OVStringWithFormat(QStringLiteral("Exporting item with identifier: %@"), {identifier}));
 
         // Dates live on the file only: the record has neither them nor a name.

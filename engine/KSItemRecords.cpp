@@ -124,6 +124,7 @@ QString KSImportOperation::exportNamedItemToFolder(const KastrelDatabaseItem &it
                                                    bool *skipped)
 {
     const QString name = item.name();
+    setCurrentItemName(name);
     *skipped = name.isEmpty();
     if (*skipped) {
         skipItemWithoutName(item);
@@ -143,14 +144,16 @@ void KSImportOperation::storeItemRecord(const KastrelDatabaseItem &item, const Q
     item.release();
 }
 
-void KSImportOperation::setFileDates(const QString &path, const KastrelDatabaseItem &item)
+bool KSImportOperation::setFileDates(const QString &path, const KastrelDatabaseItem &item)
 {
     const QDateTime created = item.creationDate();
     const QDateTime modified = item.modificationDate();
+    bool set = true;
     if (created.isValid())
-        OVFileAttributes::setCreationDate(path, created);
+        set = OVFileAttributes::setCreationDate(path, created) && set;
     if (modified.isValid())
-        OVFileAttributes::setModificationDate(path, modified);
+        set = OVFileAttributes::setModificationDate(path, modified) && set;
+    return set;
 }
 
 OVPlist KSImportOperation::itemRecord(qint64 type, const QString &identifier, const QString &path,

@@ -12,6 +12,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <mutex>
 #include <stdexcept>
 
 namespace {
@@ -125,6 +126,7 @@ bool KSImportOperation::performImportWithAppIdentifier(const QString &identifier
         writeLog(OVStringWithFormat(QStringLiteral("Unable to create directory %@: %@"), {folder, reason}));
         return false;
     }
+    m_createdExportFolder = true;
 
     {
         OVPlist library = libraryPlist();
@@ -135,22 +137,20 @@ bool KSImportOperation::performImportWithAppIdentifier(const QString &identifier
     if (!importGroups() || !importSmartGroups() || !importLabels() || !importItems())
         return false;
 
-    // Written in place: the folder is ours and the target reads the file only after this.
+    // Records whose file is missing go before the file is written; the file is read back
+    // before the target sees it, and a file that does not read back is never handed over.
+    removeRecordsWithoutFiles();
     const QString libraryFile = QDir(folder).filePath(QStringLiteral("Kastrel.nvlibxml"));
-    QFile file(libraryFile);
-    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        OVError error;
-        if (!OVPlistSerialization::writePropertyList(libraryPlist(), &file, OVPlistSerialization::Format::Xml, &error))
-            writeLog(OVStringWithFormat(QStringLiteral("Unable to write %@: %@"),
-                                        {libraryFile, error.localizedDescription}));
-        file.close();
-    } else {
-        writeLog(OVStringWithFormat(QStringLiteral("Unable to write %@: %@"), {libraryFile, file.errorString()}));
-    }
+    if (!writeLibraryFile(libraryFile))
+        return false;
 
     target->activate();
     NortavelImportOptions options;
     options.withRating = 0;
     target->importFiles({libraryFile}, KSNortavelImportMethodCopy, options);
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_handedOffLibraryFile = libraryFile;
+    }
     return true;
 }

@@ -64,6 +64,9 @@ class ScriptingBackend
 public:
     virtual ~ScriptingBackend() = default;
 
+    // Why no application can be reached at all (no session bus), or an empty string.
+    virtual QString connectionProblem() { return QString(); }
+
     // The path of the installed application's desktop entry, or a null string.
     virtual QString absolutePathForAppBundleWithIdentifier(const QString &identifier) = 0;
 

@@ -1,0 +1,95 @@
+#include "engine/KSExportReport.h"
+
+#include "engine/KSLibraryRecords.h"
+#include "formats/NVItemType.h"
+#include "foundation/OVLocalization.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+KSExportReport KSExportReport::ofOperation(const KSImportOperation &operation)
+{
+    KSExportReport report;
+    const OVPlist::Dictionary records = operation.libraryPlist()
+                                            .value(KSLibraryRecords::entitiesKey)
+                                            .value(KSLibraryRecords::itemEntity)
+                                            .toDictionary();
+    for (const OVPlist &record : records)
+        ++report.importedByKind[itemTypeName(record.value(QStringLiteral("itemType")).toInteger())];
+    report.importedTotal = records.size();
+    report.passedOver = operation.skippedItems();
+    report.problems = operation.itemProblems();
+    report.recordsWithUncarriableCharacters = operation.recordsWithUncarriableCharacters();
+    if (const auto *file = dynamic_cast<const QFile *>(operation.logStream().get()))
+        report.logFile = QFileInfo(file->fileName()).absoluteFilePath();
+    // Only what is there: a summary never sends anybody to look for a file that is not.
+    const QString libraryFile = operation.handedOffLibraryFile();
+    if (!libraryFile.isNull() && QFileInfo::exists(libraryFile))
+        report.libraryFile = QDir::cleanPath(libraryFile);
+    const QString exportFolder = operation.filesPath();
+    if (!exportFolder.isEmpty() && QFileInfo(exportFolder).isDir())
+        report.exportFolder = QDir::cleanPath(exportFolder);
+    return report;
+}
+
+qsizetype KSExportReport::missingItemCount() const
+{
+    return std::count_if(problems.cbegin(), problems.cend(), [](const KSImportOperation::ItemProblem &problem) {
+        return problem.kind != KSImportOperation::ItemProblemKind::Incomplete;
+    });
+}
+
+qsizetype KSExportReport::incompleteItemCount() const
+{
+    return problems.size() - missingItemCount();
+}
+
+QString KSExportReport::itemTypeName(qint64 itemType)
+{
+    switch (itemType) {
+    case NVItemTypeNote:
+        return QStringLiteral("note");
+    case NVItemTypeDocument:
+        return QStringLiteral("document");
+    case NVItemTypeImage:
+        return QStringLiteral("image");
+    case NVItemTypeSound:
+        return QStringLiteral("sound");
+    case NVItemTypeMovie:
+        return QStringLiteral("movie");
+    case NVItemTypeBookmark:
+        return QStringLiteral("bookmark");
+    case NVItemTypeWebPage:
+        return QStringLiteral("webPage");
+    default:
+        break;
+    }
+    return QStringLiteral("unknown");
+}
+
+QString KSExportReport::problemKindName(KSImportOperation::ItemProblemKind kind)
+{
+    switch (kind) {
+    case KSImportOperation::ItemProblemKind::NotImported:
+        return QStringLiteral("notImported");
+    case KSImportOperation::ItemProblemKind::OriginalFileAttached:
+        return QStringLiteral("originalFileAttached");
+    case KSImportOperation::ItemProblemKind::Incomplete:
+        break;
+    }
+    return QStringLiteral("incomplete");
+}
+
+QString KSExportReport::problemKindDescription(KSImportOperation::ItemProblemKind kind)
+{
+    switch (kind) {
+    case KSImportOperation::ItemProblemKind::NotImported:
+        return OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "not imported"));
+    case KSImportOperation::ItemProblemKind::OriginalFileAttached:
+        return OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "imported with its original file attached"));
+    case KSImportOperation::ItemProblemKind::Incomplete:
+        break;
+    }
+    return OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "not fully imported"));
+}

@@ -1,0 +1,38 @@
+// What a finished run amounts to, for the person who started it: the items that reached the
+// library file per kind of the target, the items passed over on purpose, the items that did
+// not arrive whole, and where the log and the library file are. The command line and the
+// window both tell it from this one account.
+#pragma once
+
+#include "engine/KSImportOperation.h"
+
+#include <QList>
+#include <QMap>
+#include <QString>
+
+struct KSExportReport
+{
+    // Record counts by kind name ("note", "webPage", ...), and in all.
+    QMap<QString, qint64> importedByKind;
+    qint64 importedTotal = 0;
+    QList<KSImportOperation::SkippedItem> passedOver;
+    QList<KSImportOperation::ItemProblem> problems;
+    qint64 recordsWithUncarriableCharacters = 0;
+    QString logFile; // null when the run opened no log
+    QString libraryFile; // the file handed to the target, when it was and is still there
+    QString exportFolder; // when it is still there
+
+    static KSExportReport ofOperation(const KSImportOperation &operation);
+
+    // Items that should have arrived and did not, or arrived as their original file only.
+    qsizetype missingItemCount() const;
+    // Items that arrived without part of what they carry (an address, dates).
+    qsizetype incompleteItemCount() const;
+
+    // The stable name of an item kind ("note", "webPage"), or "unknown".
+    static QString itemTypeName(qint64 itemType);
+    // The stable name of a problem kind ("notImported", "originalFileAttached", "incomplete").
+    static QString problemKindName(KSImportOperation::ItemProblemKind kind);
+    // The localised words for a problem kind ("not imported", ...).
+    static QString problemKindDescription(KSImportOperation::ItemProblemKind kind);
+};
