@@ -5,7 +5,10 @@
 #include "app/CommandLineProgress.h"
 #include "app/CommandLineSummary.h"
 #include "app/KSImportOptions.h"
+#include "engine/KSExportReport.h"
 #include "engine/KSImportOperation.h"
+#include "foundation/OVLocalization.h"
+#include "foundation/OVStringFormat.h"
 
 #include <QDir>
 #include <QEventLoop>
@@ -25,6 +28,29 @@ int usageError(const QString &message)
     CommandLineOutput::writeError(QStringLiteral("kastrel-importer export: %1\n").arg(message));
     CommandLineOutput::writeError(CommandLineExport::usage());
     return CommandLineExport::usageErrorStatus;
+}
+
+// The last line: what became of the export, in one sentence that matches the exit status.
+QString verdict(int status, const KSExportReport &report, bool handedOff)
+{
+    switch (status) {
+    case 0:
+        if (report.incompleteItemCount() > 0)
+            return OVStringWithFormat(
+                OVLocalizedString(
+                    "Export ended, but %ld items arrived without part of what they carry (listed above)."),
+                {qint64(report.incompleteItemCount())});
+        return OVLocalizedString("Export ended.");
+    case 2:
+        return OVLocalizedString("Export cancelled. Nothing was handed to Nortavel 3.");
+    case 3:
+        return OVStringWithFormat(OVLocalizedString("Export ended, but %ld items did not arrive whole (listed above)."),
+                                  {qint64(report.missingItemCount())});
+    default:
+        break;
+    }
+    return handedOff ? OVLocalizedString("Export failed.")
+                     : OVLocalizedString("Export failed. Nothing was handed to Nortavel 3.");
 }
 
 } // namespace
@@ -47,7 +73,11 @@ QString CommandLineExport::usage()
                           "\n"
                           "Progress and errors (\"error CODE: TEXT\") go to standard error. Ctrl-C cancels the\n"
                           "export; a second Ctrl-C stops at once.\n"
-                          "Exit status: 0 ended without error, 1 an error was reported, 2 cancelled, 64 wrong usage.\n")
+                          "Exit status: 0 ended with every item in Nortavel 3, 1 an error was reported (nothing\n"
+                          "was handed to Nortavel 3), 2 cancelled, 3 ended but items that should have arrived did\n"
+                          "not, or arrived as a note holding their original file (each is listed with the reason;\n"
+                          "items passed over on purpose, such as those without a name, are listed but do not count),\n"
+                          "64 wrong usage.\n")
         .arg(validKeys());
 }
 
@@ -124,14 +154,28 @@ int CommandLineExport::exportWithOptions(const QVariantMap &options, bool json)
     }
 
     const QJsonObject summary = CommandLineSummary::summary(*operation, *progress);
-    for (const char *key : {"libraryFile", "logFile"}) {
-        const QString path = summary.value(QLatin1String(key)).toString();
-        if (!path.isEmpty() && QFileInfo::exists(path))
-            CommandLineOutput::writeError(
-                QStringLiteral("%1: %2\n")
-                    .arg(QLatin1String(qstrcmp(key, "logFile") == 0 ? "log file" : "library file"), path));
-    }
+    const int status = CommandLineSummary::exitStatus(*operation, *progress);
+    const KSExportReport report = KSExportReport::ofOperation(*operation);
+    for (const KSImportOperation::SkippedItem &item : report.passedOver)
+        CommandLineOutput::writeError(
+            OVStringWithFormat(OVLocalizedString("passed over: item %@ (%@)"), {item.identifier, item.reason})
+            + QLatin1Char('\n'));
+    for (const KSImportOperation::ItemProblem &problem : report.problems)
+        CommandLineOutput::writeError(
+            QStringLiteral("%1: \"%2\" (%3)\n")
+                .arg(KSExportReport::problemKindDescription(problem.kind), problem.name, problem.reason));
+    if (report.recordsWithUncarriableCharacters > 0)
+        CommandLineOutput::writeError(
+            OVStringWithFormat(OVLocalizedString("characters that XML cannot carry were left out of %ld records"),
+                               {report.recordsWithUncarriableCharacters})
+            + QLatin1Char('\n'));
+    if (!report.libraryFile.isEmpty())
+        CommandLineOutput::writeError(QStringLiteral("library file: %1\n").arg(report.libraryFile));
+    if (!report.logFile.isEmpty() && QFileInfo::exists(report.logFile))
+        CommandLineOutput::writeError(QStringLiteral("log file: %1\n").arg(report.logFile));
     if (json)
         CommandLineOutput::writeOutput(QString::fromUtf8(QJsonDocument(summary).toJson(QJsonDocument::Indented)));
-    return progress->exitStatus();
+    CommandLineOutput::writeError(verdict(status, report, !operation->handedOffLibraryFile().isNull())
+                                  + QLatin1Char('\n'));
+    return status;
 }

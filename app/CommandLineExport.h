@@ -1,8 +1,9 @@
 // `kastrel-importer export [--only KEYS] [--json]`: one export on the session bus with no
 // windows, the same engine, log, export folder and hand-off as the window's. Progress and
 // errors go to the error channel, the --json summary to the output channel (both through
-// CommandLineOutput). The exit status is 0 when the run ended with no error reported, 1
-// when any error was reported, 2 when it was cancelled without error, 64 for wrong usage.
+// CommandLineOutput). The exit status is 0 when the run ended with no error reported and every
+// item there, 1 when any error was reported, 2 when it was cancelled without error, 3 when it
+// ended but items did not arrive whole, 64 for wrong usage.
 #pragma once
 
 #include <QString>

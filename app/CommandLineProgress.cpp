@@ -118,6 +118,10 @@ void CommandLineProgress::importOperationDidCancel(KSImportOperation *)
 void CommandLineProgress::importOperationDidEnd(KSImportOperation *)
 {
     finishCountedStage();
+    // The verdict comes last, once the items that did not arrive whole are known.
     m_engineOutcome = Outcome::Ended;
-    printLine(OVLocalizedString("Export ended."));
+    if (m_barShowing) {
+        CommandLineOutput::writeError(QStringLiteral("\n"));
+        m_barShowing = false;
+    }
 }

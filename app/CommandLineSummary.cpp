@@ -1,9 +1,8 @@
 #include "app/CommandLineSummary.h"
 
 #include "app/CommandLineProgress.h"
+#include "engine/KSExportReport.h"
 #include "engine/KSImportOperation.h"
-#include "engine/KSLibraryRecords.h"
-#include "formats/NVItemType.h"
 
 #include <QDir>
 #include <QFile>
@@ -29,22 +28,6 @@ QString outcomeName(CommandLineProgress::Outcome outcome)
     return QStringLiteral("unfinished");
 }
 
-// The records of the library's item table counted by their "itemType".
-QJsonObject exportedCounts(const KSImportOperation &operation, qint64 *total)
-{
-    QMap<QString, qint64> counts;
-    const OVPlist items
-        = operation.libraryPlist().value(QStringLiteral("Entities")).value(KSLibraryRecords::itemEntity);
-    const OVPlist::Dictionary records = items.toDictionary();
-    for (const OVPlist &record : records)
-        ++counts[itemTypeName(record.value(QStringLiteral("itemType")).toInteger())];
-    *total = records.size();
-    QJsonObject object;
-    for (auto count = counts.cbegin(); count != counts.cend(); ++count)
-        object.insert(count.key(), count.value());
-    return object;
-}
-
 QJsonValue pathOrNull(const QString &path)
 {
     return path.isEmpty() ? QJsonValue() : QJsonValue(QDir::cleanPath(path));
@@ -52,27 +35,12 @@ QJsonValue pathOrNull(const QString &path)
 
 } // namespace
 
-QString itemTypeName(qint64 itemType)
+int exitStatus(const KSImportOperation &operation, const CommandLineProgress &progress)
 {
-    switch (itemType) {
-    case NVItemTypeNote:
-        return QStringLiteral("note");
-    case NVItemTypeDocument:
-        return QStringLiteral("document");
-    case NVItemTypeImage:
-        return QStringLiteral("image");
-    case NVItemTypeSound:
-        return QStringLiteral("sound");
-    case NVItemTypeMovie:
-        return QStringLiteral("movie");
-    case NVItemTypeBookmark:
-        return QStringLiteral("bookmark");
-    case NVItemTypeWebPage:
-        return QStringLiteral("webPage");
-    default:
-        break;
-    }
-    return QStringLiteral("unknown");
+    const int status = progress.exitStatus();
+    if (status == 0 && KSExportReport::ofOperation(operation).missingItemCount() > 0)
+        return 3;
+    return status;
 }
 
 QJsonObject summary(const KSImportOperation &operation, const CommandLineProgress &progress)
@@ -89,36 +57,40 @@ QJsonObject summary(const KSImportOperation &operation, const CommandLineProgres
     for (auto count = counts.cbegin(); count != counts.cend(); ++count)
         announced.insert(count.key(), qint64(count.value()));
 
+    const KSExportReport report = KSExportReport::ofOperation(operation);
     QJsonArray skipped;
-    const auto skippedItems = operation.skippedItems();
-    for (const KSImportOperation::SkippedItem &item : skippedItems) {
+    for (const KSImportOperation::SkippedItem &item : report.passedOver) {
         skipped.append(QJsonObject {{QStringLiteral("identifier"), item.identifier},
                                     {QStringLiteral("optionKey"), item.optionKey},
                                     {QStringLiteral("reason"), item.reason}});
     }
-
-    qint64 exportedTotal = 0;
-    const QJsonObject exported = exportedCounts(operation, &exportedTotal);
-
-    QString logFile;
-    if (const auto *file = dynamic_cast<const QFile *>(operation.logStream().get()))
-        logFile = QFileInfo(file->fileName()).absoluteFilePath();
-    const QString exportFolder = operation.filesPath();
-    const QString libraryFile
-        = exportFolder.isEmpty() ? QString() : QDir(exportFolder).filePath(QStringLiteral("Kastrel.nvlibxml"));
+    QJsonArray problems;
+    for (const KSImportOperation::ItemProblem &problem : report.problems) {
+        problems.append(QJsonObject {{QStringLiteral("identifier"), problem.identifier},
+                                     {QStringLiteral("name"), problem.name},
+                                     {QStringLiteral("optionKey"), problem.optionKey},
+                                     {QStringLiteral("kind"), KSExportReport::problemKindName(problem.kind)},
+                                     {QStringLiteral("reason"), problem.reason}});
+    }
+    QJsonObject exported;
+    for (auto count = report.importedByKind.cbegin(); count != report.importedByKind.cend(); ++count)
+        exported.insert(count.key(), count.value());
 
     return QJsonObject {
         {QStringLiteral("outcome"), outcomeName(progress.outcome())},
-        {QStringLiteral("exitStatus"), progress.exitStatus()},
+        {QStringLiteral("exitStatus"), exitStatus(operation, progress)},
         {QStringLiteral("errors"), errors},
         {QStringLiteral("announced"), announced},
         {QStringLiteral("exported"), exported},
-        {QStringLiteral("exportedTotal"), exportedTotal},
+        {QStringLiteral("exportedTotal"), report.importedTotal},
         {QStringLiteral("recordsReported"), qint64(progress.recordsExported())},
         {QStringLiteral("skipped"), skipped},
-        {QStringLiteral("exportFolder"), pathOrNull(exportFolder)},
-        {QStringLiteral("libraryFile"), pathOrNull(libraryFile)},
-        {QStringLiteral("logFile"), pathOrNull(logFile)},
+        {QStringLiteral("problems"), problems},
+        {QStringLiteral("recordsWithUncarriableCharacters"), report.recordsWithUncarriableCharacters},
+        {QStringLiteral("handedOff"), !operation.handedOffLibraryFile().isNull()},
+        {QStringLiteral("exportFolder"), pathOrNull(report.exportFolder)},
+        {QStringLiteral("libraryFile"), pathOrNull(report.libraryFile)},
+        {QStringLiteral("logFile"), pathOrNull(QFileInfo::exists(report.logFile) ? report.logFile : QString())},
     };
 }
 

@@ -1,6 +1,7 @@
 // The summary `export --json` prints after a run: its outcome, the errors reported, the
 // items announced per option key and exported per item kind, the items passed over and why,
-// and where the export folder and the log file are.
+// the items that did not arrive whole and why, and where the export folder, the library file
+// and the log file are (each only when it is there).
 #pragma once
 
 #include <QJsonObject>
@@ -12,7 +13,8 @@ namespace CommandLineSummary {
 
 QJsonObject summary(const KSImportOperation &operation, const CommandLineProgress &progress);
 
-// The stable name of an item kind in the summary ("note", "webPage"), or "unknown".
-QString itemTypeName(qint64 itemType);
+// 0 ended with every item there, 1 an error was reported, 2 cancelled, 3 ended but items
+// that should have arrived did not, or arrived as their original file only.
+int exitStatus(const KSImportOperation &operation, const CommandLineProgress &progress);
 
 } // namespace CommandLineSummary

@@ -2,6 +2,7 @@
 
 #include "app/KSAlert.h"
 #include "app/KSApplicationTermination.h"
+#include "app/KSExportReportDialog.h"
 #include "app/KSInterfaceTexts.h"
 #include "app/KSProgressIndicator.h"
 #include "engine/KSImportOperation.h"
@@ -216,12 +217,13 @@ void KSImportPanel::importOperationDidImportRecordOfType(KSImportOperation *, co
                                              {progress->doubleValue(), progress->maxValue()}));
 }
 
-void KSImportPanel::importOperationDidEncounterError(KSImportOperation *, const OVError &error)
+void KSImportPanel::importOperationDidEncounterError(KSImportOperation *operation, const OVError &error)
 {
     KSAlert alert;
     alert.messageText = OVLocalizedString("An error occurred while exporting.");
     alert.informativeText = error.localizedDescription.isEmpty() ? OVLocalizedString("An unknown error occurred.")
                                                                  : error.localizedDescription;
+    alert.informativeText += QStringLiteral("\n\n") + whatReachedTheTarget(operation);
     alert.buttons = QStringList {OVLocalizedString("Quit")};
     alert.runModal(this);
     // No export goes on past an error shown to the person: whatever the engine still sends
@@ -230,12 +232,31 @@ void KSImportPanel::importOperationDidEncounterError(KSImportOperation *, const 
     KSApplicationTermination::terminate();
 }
 
-void KSImportPanel::importOperationDidCancel(KSImportOperation *)
+void KSImportPanel::importOperationDidCancel(KSImportOperation *operation)
 {
+    KSAlert alert;
+    alert.messageText = OVLocalizedString("The export was cancelled.");
+    alert.informativeText = whatReachedTheTarget(operation);
+    alert.buttons = QStringList {OVLocalizedString("Quit")};
+    alert.runModal(this);
     endSheet(0);
 }
 
-void KSImportPanel::importOperationDidEnd(KSImportOperation *)
+void KSImportPanel::importOperationDidEnd(KSImportOperation *operation)
 {
+    KSExportReportDialog dialog {KSExportReport::ofOperation(*operation)};
+    dialog.runModal(this);
     endSheet(1);
+}
+
+QString KSImportPanel::whatReachedTheTarget(KSImportOperation *operation) const
+{
+    if (!operation)
+        operation = m_operation.get();
+    const KSExportReport report = operation ? KSExportReport::ofOperation(*operation) : KSExportReport();
+    const QString handed = report.libraryFile.isEmpty() ? OVLocalizedString("Nothing was handed to Nortavel 3.")
+                                                        : OVLocalizedString("The library was handed to Nortavel 3.");
+    if (report.logFile.isEmpty())
+        return handed + QLatin1Char(' ') + OVLocalizedString("No log was written.");
+    return handed + QLatin1Char(' ') + OVStringWithFormat(OVLocalizedString("The log is %@."), {report.logFile});
 }

@@ -1,7 +1,8 @@
 // The progress sheet: runs one export on a worker thread of its own, follows it through the
 // engine's notifications (a title line, an information line and a bar), lets the person
 // cancel it, shows an error in an alert after which the application terminates, and ends
-// with 1 when the engine has ended or 0 when it confirms a cancellation. Its window comes
+// with 1 when the engine has ended (after the report of what arrived) or 0 when it confirms a
+// cancellation (after an alert saying so). Its window comes
 // from the interface file "ImportPanel".
 #pragma once
 
@@ -76,6 +77,9 @@ private:
     // Nothing more the engine sends reaches the sheet, and the engine is told to stop.
     void stopFollowingOperation();
     void setTitleAndInformation(const QString &title, const QString &information);
+    // Whether anything reached the target, and where the log is: what every alert ends with.
+    // (`operation` null: the sheet's own run, if any.)
+    QString whatReachedTheTarget(KSImportOperation *operation) const;
 
     std::unique_ptr<Ui::ImportPanel> m_ui;
     std::shared_ptr<ScriptingBackend> m_backend;

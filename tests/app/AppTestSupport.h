@@ -7,6 +7,7 @@
 #include "TestConfig.h"
 #include "app/KSAlert.h"
 #include "app/KSApplicationTermination.h"
+#include "app/KSExportReportDialog.h"
 
 #include <QDir>
 #include <QList>
@@ -19,11 +20,13 @@ namespace AppTestSupport {
 inline const QString Target = QStringLiteral("com.orvantis.Nortavel3");
 inline const QString Source = QStringLiteral("com.fendwick.kastrel4");
 
-// Answers every alert at once with its first button, and keeps what each one said.
+// Answers every alert at once with its first button, closes every end-of-export report at
+// once, and keeps what each one said.
 class AlertRecorder
 {
 public:
     QList<KSAlert> alerts;
+    QList<KSExportReportDialog> reports;
 
     AlertRecorder()
     {
@@ -31,8 +34,13 @@ public:
             alerts.append(alert);
             return 0;
         });
+        KSExportReportDialog::setHandler([this](const KSExportReportDialog &report) { reports.append(report); });
     }
-    ~AlertRecorder() { KSAlert::setHandler(nullptr); }
+    ~AlertRecorder()
+    {
+        KSAlert::setHandler(nullptr);
+        KSExportReportDialog::setHandler(nullptr);
+    }
 };
 
 // Counts the requests to terminate the application instead of ending anything.

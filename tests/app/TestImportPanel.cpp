@@ -140,7 +140,10 @@ private slots:
         QCOMPARE(m_alerts->alerts.size(), 1);
         const KSAlert &alert = m_alerts->alerts.first();
         QCOMPARE(alert.messageText, QStringLiteral("An error occurred while exporting."));
-        QCOMPARE(alert.informativeText, QStringLiteral("Unable to locate the Kastrel application."));
+        // The error's own text, then what reached Nortavel 3 (nothing) and where the log is.
+        QVERIFY2(alert.informativeText.startsWith(QStringLiteral("Unable to locate the Kastrel application.\n\n"
+                                                                 "Nothing was handed to Nortavel 3. ")),
+                 qPrintable(alert.informativeText));
         QCOMPARE(alert.buttons, QStringList {QStringLiteral("Quit")});
         QCOMPARE(m_termination->count, 1);
         panel->waitForOperation();
@@ -152,7 +155,7 @@ private slots:
         panel->importOperationDidEncounterError(
             nullptr, OVError {QStringLiteral("Kastrel Importer Error Domain"), 10004, QString()});
         QCOMPARE(m_alerts->alerts.size(), 1);
-        QCOMPARE(m_alerts->alerts.first().informativeText, QStringLiteral("An unknown error occurred."));
+        QVERIFY(m_alerts->alerts.first().informativeText.startsWith(QStringLiteral("An unknown error occurred.\n\n")));
         QCOMPARE(m_termination->count, 1);
     }
 
@@ -202,9 +205,47 @@ private slots:
         QVERIFY(stillShownAfterCancel);
         QCOMPARE(m_returnCodes, QList<int> {0});
         QVERIFY(!panel->isVisible());
-        QCOMPARE(m_alerts->alerts.size(), 0);
+        // Before the sheet closes, an alert says that the export was cancelled, that nothing
+        // reached Nortavel 3, and where the log is.
+        QCOMPARE(m_alerts->alerts.size(), 1);
+        QCOMPARE(m_alerts->alerts.first().messageText, QStringLiteral("The export was cancelled."));
+        QVERIFY(m_alerts->alerts.first().informativeText.startsWith(
+            QStringLiteral("Nothing was handed to Nortavel 3. The log is ")));
+        QVERIFY(m_alerts->reports.isEmpty());
         panel->waitForOperation();
         QVERIFY(applications->exportCount() < 6);
+    }
+
+    void endedExportShowsWhatArrivedBeforeTheSheetCloses()
+    {
+        auto applications = applicationsWithItems(2);
+        InMemoryKastrel source = applications->kastrel(Source);
+        const QString broken = source.addItem(KastrelItemKind::Note, QStringLiteral("N2"), QStringLiteral("Damaged"));
+        source.setExportFile(broken, QStringLiteral("Damaged.rtf"), QByteArray("\x89PNG\r\n\x1a\n\0\0\0", 11));
+        source.addItem(KastrelItemKind::Image, QStringLiteral("I9"), QString()); // passed over: no name
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^Cannot write note: ")));
+        const auto panel = makePanel(applications);
+        show(*panel);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_returnCodes.isEmpty(), 60000);
+        panel->waitForOperation();
+        QCOMPARE(m_returnCodes, QList<int> {1});
+        QCOMPARE(m_alerts->alerts.size(), 0);
+        QCOMPARE(m_alerts->reports.size(), 1);
+        const KSExportReportDialog &report = m_alerts->reports.first();
+        QCOMPARE(report.report.importedByKind.value(QStringLiteral("image")), 2);
+        QCOMPARE(report.report.importedByKind.value(QStringLiteral("note")), 2);
+        QVERIFY2(report.summaryText().startsWith(QStringLiteral("4 items reached Nortavel 3: 2 images, 2 notes.")),
+                 qPrintable(report.summaryText()));
+        QVERIFY(report.summaryText().contains(QStringLiteral("1 items did not arrive whole")));
+        const QStringList listed = report.listedItems();
+        QCOMPARE(listed.size(), 2);
+        QVERIFY2(listed.first().startsWith(
+                     QStringLiteral("imported with its original file attached: \u201cDamaged\u201d (")),
+                 qPrintable(listed.first()));
+        QVERIFY(listed.last().startsWith(QStringLiteral("passed over: item I9 (")));
+        const QString log = QDir(qEnvironmentVariable("XDG_DATA_HOME"))
+                                .filePath(QStringLiteral("Nortavel 3/Logs/Kastrel Export.log"));
+        QCOMPARE(report.logText(), QStringLiteral("The log is %1.").arg(log));
     }
 
     void escapeCancelsInsteadOfClosing()

@@ -1,0 +1,36 @@
+// The report a person sees when an export has ended, before the application quits: how many
+// items reached Nortavel 3 of each kind, the items passed over and the items that did not
+// arrive whole (each with its name and the reason), and where the log is, with a button that
+// opens the log's folder and one that quits. Behind a seam like the alerts: a test installs a
+// handler that sees the report and answers at once.
+#pragma once
+
+#include "engine/KSExportReport.h"
+
+#include <QString>
+#include <QStringList>
+#include <functional>
+
+class QWidget;
+
+struct KSExportReportDialog
+{
+    KSExportReport report;
+
+    // "42 items reached Nortavel 3: 30 notes, 12 bookmarks." and what needs attention.
+    QString summaryText() const;
+    // One line per item passed over or not arrived whole, with its name and the reason.
+    QStringList listedItems() const;
+    // Where the log is, or that there is none.
+    QString logText() const;
+
+    // Shows the report application-modally until the person quits.
+    void runModal(QWidget *parent = nullptr) const;
+
+    using Handler = std::function<void(const KSExportReportDialog &report)>;
+    // Replaces the window for every later report; an empty handler restores it.
+    static void setHandler(Handler handler);
+
+    // The localised name of an item kind for counts ("notes", "web pages").
+    static QString pluralKindName(const QString &kindName);
+};
