@@ -70,7 +70,12 @@ private slots:
         const auto delegate = runWithAllOptions(operation);
 
         QCOMPARE(delegate->finalEvents(), QStringList({QStringLiteral("error 10004"), QStringLiteral("cancel")}));
-        QVERIFY(!delegate->errors.first().localizedDescription.isEmpty());
+        // In words, naming the item, not its object path; the bus's own words go to the log.
+        QCOMPARE(delegate->errors.first().localizedDescription,
+                 QStringLiteral("Kastrel quit while \"Last words\" was being exported. Nothing was handed to Nortavel "
+                                "3; the details are in the log."));
+        QVERIFY(readLog().contains(QStringLiteral("Scripting failure: ")));
+        QVERIFY(readLog().contains(QStringLiteral("Removed the unfinished export folder ") + exportFolder()));
         QVERIFY(operation.logStream());
         QVERIFY(!operation.logStream()->isOpen());
         QVERIFY(!libraryFileWritten());
