@@ -1,6 +1,6 @@
-# The fault and hostile-input tests share a harness (tests/faults), start both stand-ins,
-# and replay the fuzzers' regression inputs through the fuzz entry points.
-foreach(test TestFaults TestHostileInput)
+# The fault, hostile-input and nothing-lost tests share a harness (tests/faults), start both
+# stand-ins, and replay the fuzzers' regression inputs through the fuzz entry points.
+foreach(test TestFaults TestHostileInput TestNothingLost)
     if(TARGET ${test})
         target_sources(${test} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/faults/FaultHarness.cpp
                                        ${CMAKE_CURRENT_SOURCE_DIR}/faults/FaultHarness.h)
@@ -12,6 +12,14 @@ foreach(test TestFaults TestHostileInput)
         endforeach()
     endif()
 endforeach()
+# The nothing-lost test also runs the export command itself, and exports a library of a
+# thousand items besides the smaller runs.
+if(TARGET TestNothingLost)
+    if(TARGET kastrel-importer)
+        add_dependencies(TestNothingLost kastrel-importer)
+    endif()
+    set_tests_properties(TestNothingLost PROPERTIES TIMEOUT 900)
+endif()
 if(TARGET TestHostileInputRegressions AND TARGET KastrelFuzzInputs)
     target_link_libraries(TestHostileInputRegressions PRIVATE KastrelFuzzInputs)
 endif()
