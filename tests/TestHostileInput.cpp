@@ -8,6 +8,7 @@
 #include "InMemoryScripting.h"
 #include "engine/KSImportErrors.h"
 #include "foundation/OVFileNameStrings.h"
+#include "foundation/OVStandardPaths.h"
 
 #include <QDir>
 #include <QFile>
@@ -215,7 +216,8 @@ private slots:
 
     void temporaryFolderThatIsALinkIsRefused()
     {
-        const QString path = QStringLiteral("/tmp/kastrel-importer-") + QString::number(::getuid());
+        const QString path
+            = OVStandardPaths::temporaryRootFor() + QStringLiteral("/kastrel-importer-") + QString::number(::getuid());
         if (QFileInfo::exists(path) || QFileInfo(path).isSymLink())
             QSKIP("the per-user temporary folder is in use on this machine; not touching it");
         const QString elsewhere = QDir(testRoot()).filePath(QStringLiteral("sentinels"));
@@ -238,7 +240,8 @@ private slots:
         const struct passwd *nobody = ::getpwnam("nobody");
         if (!nobody)
             QSKIP("no user nobody");
-        const QString path = QStringLiteral("/tmp/kastrel-importer-") + QString::number(::getuid());
+        const QString path
+            = OVStandardPaths::temporaryRootFor() + QStringLiteral("/kastrel-importer-") + QString::number(::getuid());
         if (QFileInfo::exists(path) || QFileInfo(path).isSymLink())
             QSKIP("the per-user temporary folder is in use on this machine; not touching it");
         QVERIFY(QDir().mkpath(path + QStringLiteral("/Kastrel/Notes")));

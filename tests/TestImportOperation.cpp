@@ -401,7 +401,8 @@ private slots:
     {
         const QByteArray previous = qgetenv("TMPDIR");
         qunsetenv("TMPDIR");
-        const QString expected = QStringLiteral("/tmp/kastrel-importer-%1").arg(::getuid());
+        const QString expected
+            = OVStandardPaths::temporaryRootFor() + QStringLiteral("/kastrel-importer-%1").arg(::getuid());
         const bool existed = QFileInfo::exists(expected);
         addSource();
         m_apps->addNortavel(Target, QStringLiteral("3.5"));

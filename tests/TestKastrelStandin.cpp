@@ -472,6 +472,8 @@ private slots:
 
         const QString password = standin->exportItem(standin->itemWithId("passwordItems", "P-bank"), folder.path());
         QCOMPARE(password, folder.filePath(QStringLiteral("Bank.rtf")));
+        // A password item's content is its password: the export carries it after the text.
+        QVERIFY(fileBytes(password).contains("Login: me\\\nPassword: secret}"));
 
         for (const auto &[element, id, name, source] :
              {std::tuple {"imageItems", "I-photo", "Photo.png", "images/photo.png"},

@@ -135,7 +135,7 @@ private slots:
         QVERIFY(lines.contains(QStringLiteral("Exporting Labels")));
         QVERIFY(lines.contains(QStringLiteral("Exporting Items")));
         QVERIFY(lines.contains(QStringLiteral("4 of 4 records exported")));
-        QVERIFY(lines.contains(QStringLiteral("Export ended.")));
+        QCOMPARE(lines.last(), QStringLiteral("Export ended."));
         QVERIFY(!error().contains(QLatin1Char('\r'))); // no bar off a terminal
         QVERIFY(output().isEmpty());
         QCOMPARE(applications->importCalls().size(), 1);
@@ -169,6 +169,59 @@ private slots:
         QVERIFY(json.value(QStringLiteral("logFile")).isNull());
     }
 
+    void itemsThatDidNotArriveWholeExitThree()
+    {
+        auto applications = applicationsWithItems(2);
+        InMemoryKastrel source = applications->kastrel(Source);
+        const QString broken = source.addItem(KastrelItemKind::Note, QStringLiteral("N2"), QStringLiteral("Damaged"));
+        source.setExportFile(broken, QStringLiteral("Damaged.rtf"), QByteArray("\x89PNG\r\n\x1a\n\0\0\0", 11));
+        source.addItem(KastrelItemKind::Image, QStringLiteral("I9"), QString()); // passed over: does not count
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^Cannot write note: ")));
+        QCOMPARE(CommandLine::run(arguments("export --json"), applications), 3);
+        const QJsonObject json = summary();
+        QCOMPARE(json.value(QStringLiteral("exitStatus")).toInt(), 3);
+        const QJsonArray problems = json.value(QStringLiteral("problems")).toArray();
+        QCOMPARE(problems.size(), 1);
+        const QJsonObject problem = problems.first().toObject();
+        QCOMPARE(problem.value(QStringLiteral("identifier")).toString(), QStringLiteral("N2"));
+        QCOMPARE(problem.value(QStringLiteral("name")).toString(), QStringLiteral("Damaged"));
+        QCOMPARE(problem.value(QStringLiteral("kind")).toString(), QStringLiteral("originalFileAttached"));
+        QCOMPARE(problem.value(QStringLiteral("optionKey")).toString(), QStringLiteral("notes"));
+        QVERIFY(!problem.value(QStringLiteral("reason")).toString().isEmpty());
+        QVERIFY(QFileInfo::exists(json.value(QStringLiteral("libraryFile")).toString()));
+        QVERIFY(error().contains(QStringLiteral("imported with its original file attached: \"Damaged\" (")));
+        QVERIFY(error().contains(QStringLiteral("passed over: item I9 (")));
+        QVERIFY2(error().endsWith(QStringLiteral("Export ended, but 1 items did not arrive whole (listed above).\n")),
+                 qPrintable(error()));
+        QVERIFY(!error().contains(QStringLiteral("Export ended.\n")));
+    }
+
+    void passedOverItemsAloneKeepStatusZero()
+    {
+        auto applications = applicationsWithItems(1);
+        applications->kastrel(Source).addItem(KastrelItemKind::Image, QStringLiteral("I9"), QString());
+        QCOMPARE(CommandLine::run(arguments("export"), applications), 0);
+        QVERIFY(error().contains(QStringLiteral("passed over: item I9 (")));
+        QVERIFY(error().endsWith(QStringLiteral("Export ended.\n")));
+    }
+
+    void failedRunSaysNothingWasHandedOver()
+    {
+        auto applications = applicationsWithItems(1);
+        applications->kastrel(Source).setVersion(QStringLiteral("1.2"));
+        QCOMPARE(CommandLine::run(arguments("export --json"), applications), 1);
+        QVERIFY(error().endsWith(QStringLiteral("Export failed. Nothing was handed to Nortavel 3.\n")));
+        QVERIFY(!error().contains(QStringLiteral("Export ended.")));
+        QVERIFY(summary().value(QStringLiteral("libraryFile")).isNull());
+        QCOMPARE(summary().value(QStringLiteral("handedOff")).toBool(), false);
+    }
+
+    void helpTellsEveryExitStatus()
+    {
+        const QString usage = CommandLineExport::usage();
+        QVERIFY(usage.contains(QStringLiteral("3 ended but items that should have arrived did")));
+    }
+
     void interruptCancelsAndExitsTwo()
     {
         auto applications = applicationsWithItems(5);
@@ -189,6 +242,10 @@ private slots:
         QVERIFY(error().contains(QStringLiteral("Export cancelled.\n")));
         QVERIFY(applications->exportCount() < 6);
         QCOMPARE(summary().value(QStringLiteral("outcome")).toString(), QStringLiteral("cancelled"));
+        // Nothing of a cancelled run is left to point at.
+        QVERIFY(summary().value(QStringLiteral("libraryFile")).isNull());
+        QVERIFY(summary().value(QStringLiteral("exportFolder")).isNull());
+        QVERIFY(error().endsWith(QStringLiteral("Export cancelled. Nothing was handed to Nortavel 3.\n")));
         // The handler is gone with the run: what was there before is back.
         struct sigaction after = {};
         sigaction(SIGINT, nullptr, &after);
