@@ -6,6 +6,7 @@
 // and a library of a thousand items with one of each of these among them.
 #include "FaultHarness.h"
 #include "TestConfig.h"
+#include "TestSupport.h"
 #include "engine/KSImportErrors.h"
 #include "formats/NVWebBookmarkFile.h"
 #include "formats/RichTextReader.h"
@@ -43,19 +44,6 @@ QJsonObject manifestWithItems(const QJsonArray &items, const QJsonObject &extra 
     QJsonObject manifest = extra;
     manifest.insert(QStringLiteral("items"), items);
     return manifest;
-}
-
-bool writeBytes(const QString &path, const QByteArray &bytes)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(bytes) == bytes.size();
-}
-
-QByteArray readBytes(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 // Bytes with zero bytes and every other value among them, as an exported binary file holds.
@@ -215,10 +203,10 @@ QString fileNameProblem(const Run &run, const QString &identifier, const QString
 bool holdsBytes(const QString &root, const QByteArray &bytes)
 {
     if (QFileInfo(root).isFile())
-        return readBytes(root) == bytes;
+        return TestSupport::fileContents(root) == bytes;
     QDirIterator iterator(root, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
     while (iterator.hasNext()) {
-        if (readBytes(iterator.next()) == bytes)
+        if (TestSupport::fileContents(iterator.next()) == bytes)
             return true;
     }
     return false;
@@ -227,7 +215,8 @@ bool holdsBytes(const QString &root, const QByteArray &bytes)
 // The address in a bookmark file the target keeps.
 QString bookmarkAddress(const QString &path)
 {
-    const NVWebBookmarkFile::Pointer bookmark = NVWebBookmarkFile::bookmarkWithData(readBytes(path), path);
+    const NVWebBookmarkFile::Pointer bookmark
+        = NVWebBookmarkFile::bookmarkWithData(TestSupport::fileContents(path), path);
     return bookmark ? NVWebBookmarkFile::absoluteString(bookmark->URL()) : QString();
 }
 
@@ -370,9 +359,9 @@ QJsonArray unreadableNoteItems(const QString &prefix)
 
 void writeUnreadableNoteFiles(const QString &library)
 {
-    writeBytes(QDir(library).filePath(QStringLiteral("extra/blob.bin")), binaryNote);
-    writeBytes(QDir(library).filePath(QStringLiteral("extra/zeros.txt")), textWithZeros);
-    writeBytes(QDir(library).filePath(QStringLiteral("extra/Broken.rtfd/picture.png")), rtfdPicture);
+    TestSupport::writeFile(QDir(library).filePath(QStringLiteral("extra/blob.bin")), binaryNote);
+    TestSupport::writeFile(QDir(library).filePath(QStringLiteral("extra/zeros.txt")), textWithZeros);
+    TestSupport::writeFile(QDir(library).filePath(QStringLiteral("extra/Broken.rtfd/picture.png")), rtfdPicture);
 }
 
 const QString rtfLookingText = QStringLiteral("{\\rtf1\\ansi This only looks like rich text}");
@@ -590,7 +579,7 @@ private slots:
         const QStringList missing = run.unaccounted(items);
         QVERIFY2(missing.isEmpty(), qPrintable(missing.join(QLatin1Char(',')) + QLatin1Char('\n') + run.describe()));
 
-        const QByteArray bytes = readBytes(run.libraryFileCopy());
+        const QByteArray bytes = TestSupport::fileContents(run.libraryFileCopy());
         QVERIFY2(!bytes.isEmpty(), qPrintable(run.libraryFileCopy()));
         QXmlStreamReader reader(bytes);
         while (!reader.atEnd())
@@ -620,7 +609,7 @@ private slots:
             QVERIFY2(!address.isEmpty(),
                      qPrintable(QStringLiteral("%1 has no address in %2:\n%3")
                                     .arg(identifier, run.storedPath(identifier),
-                                         QString::fromUtf8(readBytes(run.storedPath(identifier))))));
+                                         QString::fromUtf8(TestSupport::fileContents(run.storedPath(identifier))))));
             QVERIFY2(!problemKindOf(run.problems, identifier).has_value(), qPrintable(run.describe()));
         }
         QVERIFY2(problemKindOf(run.problems, QStringLiteral("bm-nourl")) == ProblemKind::Incomplete,

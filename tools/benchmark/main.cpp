@@ -64,7 +64,13 @@ public:
         announced = count;
         marks.append({type, clock.elapsed()});
     }
-    void importOperationDidImportRecordOfType(KSImportOperation *, const QString &) override { ++records; }
+    qint64 lastRecord = 0;
+
+    void importOperationDidImportRecordOfType(KSImportOperation *, const QString &) override
+    {
+        ++records;
+        lastRecord = clock.elapsed();
+    }
     void importOperationDidEncounterError(KSImportOperation *, const OVError &error) override
     {
         errors.append(QStringLiteral("%1 %2").arg(error.code).arg(error.localizedDescription));
@@ -220,6 +226,11 @@ int benchmark(int items, const QString &work, quint32 seed, const QStringList &k
         if (mark.first == QLatin1String("Items"))
             previousName = QStringLiteral("Items (+ library file)");
     }
+    // After the last record: records without files taken out, the library file written and
+    // read back with every file it names looked for, and the hand-off.
+    if (!delegate->marks.isEmpty() && delegate->marks.last().first == QLatin1String("end") && delegate->lastRecord)
+        out << "  of which library file, its check and the hand-off: "
+            << (delegate->marks.last().second - delegate->lastRecord) / 1000.0 << " s\n";
     out << "bus round trips per item:    " << (items ? double(roundTrips) / items : 0) << " (" << roundTrips
         << " in all)\n";
     out << "peak resident memory:        " << peakMemory / 1024 << " MB = " << peakMemory << " KB (base "
