@@ -153,9 +153,9 @@ private slots:
         for (const char *kind : {"note", "serialNumber", "password", "bookmark"}) {
             const QString extension = QLatin1String(kind) == QLatin1String("bookmark") ? QStringLiteral(".webloc")
                                                                                        : QStringLiteral(".nvnote");
-            QTest::addRow("%s, 100 CJK", kind) << kind << repeated(QStringLiteral("漢"), 100) << extension;
-            QTest::addRow("%s, 200 CJK", kind) << kind << repeated(QStringLiteral("漢"), 200) << extension;
-            QTest::addRow("%s, 100 emoji", kind) << kind << repeated(QStringLiteral("😀"), 100) << extension;
+            QTest::newRow((QByteArray(kind) + ", 100 CJK").constData()) << kind << repeated(QStringLiteral("漢"), 100) << extension;
+            QTest::newRow((QByteArray(kind) + ", 200 CJK").constData()) << kind << repeated(QStringLiteral("漢"), 200) << extension;
+            QTest::newRow((QByteArray(kind) + ", 100 emoji").constData()) << kind << repeated(QStringLiteral("😀"), 100) << extension;
         }
     }
 
@@ -182,8 +182,8 @@ private slots:
         QTest::addColumn<QString>("kind");
         QTest::addColumn<QString>("stem");
         for (const char *kind : {"note", "serialNumber", "password", "bookmark"}) {
-            QTest::addRow("%s, ASCII", kind) << kind << repeated(QStringLiteral("a"), 300);
-            QTest::addRow("%s, CJK", kind) << kind << repeated(QStringLiteral("漢"), 300);
+            QTest::newRow((QByteArray(kind) + ", ASCII").constData()) << kind << repeated(QStringLiteral("a"), 300);
+            QTest::newRow((QByteArray(kind) + ", CJK").constData()) << kind << repeated(QStringLiteral("漢"), 300);
         }
     }
 
