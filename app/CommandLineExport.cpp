@@ -10,9 +10,7 @@
 #include "foundation/OVLocalization.h"
 #include "foundation/OVStringFormat.h"
 
-#include <QDir>
 #include <QEventLoop>
-#include <QFileInfo>
 #include <QJsonDocument>
 #include <QThread>
 
@@ -153,9 +151,8 @@ int CommandLineExport::exportWithOptions(const QVariantMap &options, bool json)
         worker->wait();
     }
 
-    const QJsonObject summary = CommandLineSummary::summary(*operation, *progress);
-    const int status = CommandLineSummary::exitStatus(*operation, *progress);
     const KSExportReport report = KSExportReport::ofOperation(*operation);
+    const int status = CommandLineSummary::exitStatus(*progress, report);
     for (const KSImportOperation::SkippedItem &item : report.passedOver)
         CommandLineOutput::writeError(
             OVStringWithFormat(OVLocalizedString("passed over: item %@ (%@)"), {item.identifier, item.reason})
@@ -171,10 +168,11 @@ int CommandLineExport::exportWithOptions(const QVariantMap &options, bool json)
             + QLatin1Char('\n'));
     if (!report.libraryFile.isEmpty())
         CommandLineOutput::writeError(QStringLiteral("library file: %1\n").arg(report.libraryFile));
-    if (!report.logFile.isEmpty() && QFileInfo::exists(report.logFile))
+    if (!report.logFile.isEmpty())
         CommandLineOutput::writeError(QStringLiteral("log file: %1\n").arg(report.logFile));
     if (json)
-        CommandLineOutput::writeOutput(QString::fromUtf8(QJsonDocument(summary).toJson(QJsonDocument::Indented)));
+        CommandLineOutput::writeOutput(QString::fromUtf8(
+            QJsonDocument(CommandLineSummary::summary(*operation, *progress, report)).toJson(QJsonDocument::Indented)));
     CommandLineOutput::writeError(verdict(status, report, !operation->handedOffLibraryFile().isNull())
                                   + QLatin1Char('\n'));
     return status;

@@ -5,8 +5,6 @@
 #include "engine/KSImportOperation.h"
 
 #include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <QJsonArray>
 
 namespace CommandLineSummary {
@@ -35,15 +33,16 @@ QJsonValue pathOrNull(const QString &path)
 
 } // namespace
 
-int exitStatus(const KSImportOperation &operation, const CommandLineProgress &progress)
+int exitStatus(const CommandLineProgress &progress, const KSExportReport &report)
 {
     const int status = progress.exitStatus();
-    if (status == 0 && KSExportReport::ofOperation(operation).missingItemCount() > 0)
+    if (status == 0 && report.missingItemCount() > 0)
         return 3;
     return status;
 }
 
-QJsonObject summary(const KSImportOperation &operation, const CommandLineProgress &progress)
+QJsonObject summary(const KSImportOperation &operation, const CommandLineProgress &progress,
+                    const KSExportReport &report)
 {
     QJsonArray errors;
     for (const OVError &error : progress.errors()) {
@@ -57,7 +56,6 @@ QJsonObject summary(const KSImportOperation &operation, const CommandLineProgres
     for (auto count = counts.cbegin(); count != counts.cend(); ++count)
         announced.insert(count.key(), qint64(count.value()));
 
-    const KSExportReport report = KSExportReport::ofOperation(operation);
     QJsonArray skipped;
     for (const KSImportOperation::SkippedItem &item : report.passedOver) {
         skipped.append(QJsonObject {{QStringLiteral("identifier"), item.identifier},
@@ -78,7 +76,7 @@ QJsonObject summary(const KSImportOperation &operation, const CommandLineProgres
 
     return QJsonObject {
         {QStringLiteral("outcome"), outcomeName(progress.outcome())},
-        {QStringLiteral("exitStatus"), exitStatus(operation, progress)},
+        {QStringLiteral("exitStatus"), exitStatus(progress, report)},
         {QStringLiteral("errors"), errors},
         {QStringLiteral("announced"), announced},
         {QStringLiteral("exported"), exported},
@@ -90,7 +88,7 @@ QJsonObject summary(const KSImportOperation &operation, const CommandLineProgres
         {QStringLiteral("handedOff"), !operation.handedOffLibraryFile().isNull()},
         {QStringLiteral("exportFolder"), pathOrNull(report.exportFolder)},
         {QStringLiteral("libraryFile"), pathOrNull(report.libraryFile)},
-        {QStringLiteral("logFile"), pathOrNull(QFileInfo::exists(report.logFile) ? report.logFile : QString())},
+        {QStringLiteral("logFile"), pathOrNull(report.logFile)},
     };
 }
 

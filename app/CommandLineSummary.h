@@ -8,13 +8,16 @@
 
 class CommandLineProgress;
 class KSImportOperation;
+struct KSExportReport;
 
 namespace CommandLineSummary {
 
-QJsonObject summary(const KSImportOperation &operation, const CommandLineProgress &progress);
+// `report` is the account of `operation` (KSExportReport::ofOperation).
+QJsonObject summary(const KSImportOperation &operation, const CommandLineProgress &progress,
+                    const KSExportReport &report);
 
 // 0 ended with every item there, 1 an error was reported, 2 cancelled, 3 ended but items
 // that should have arrived did not, or arrived as their original file only.
-int exitStatus(const KSImportOperation &operation, const CommandLineProgress &progress);
+int exitStatus(const CommandLineProgress &progress, const KSExportReport &report);
 
 } // namespace CommandLineSummary

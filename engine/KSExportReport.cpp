@@ -21,9 +21,9 @@ KSExportReport KSExportReport::ofOperation(const KSImportOperation &operation)
     report.passedOver = operation.skippedItems();
     report.problems = operation.itemProblems();
     report.recordsWithUncarriableCharacters = operation.recordsWithUncarriableCharacters();
-    if (const auto *file = dynamic_cast<const QFile *>(operation.logStream().get()))
-        report.logFile = QFileInfo(file->fileName()).absoluteFilePath();
     // Only what is there: a summary never sends anybody to look for a file that is not.
+    if (const auto *file = dynamic_cast<const QFile *>(operation.logStream().get()); file && file->exists())
+        report.logFile = QFileInfo(file->fileName()).absoluteFilePath();
     const QString libraryFile = operation.handedOffLibraryFile();
     if (!libraryFile.isNull() && QFileInfo::exists(libraryFile))
         report.libraryFile = QDir::cleanPath(libraryFile);

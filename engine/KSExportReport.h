@@ -18,7 +18,7 @@ struct KSExportReport
     QList<KSImportOperation::SkippedItem> passedOver;
     QList<KSImportOperation::ItemProblem> problems;
     qint64 recordsWithUncarriableCharacters = 0;
-    QString logFile; // null when the run opened no log
+    QString logFile; // null when the run wrote no log
     QString libraryFile; // the file handed to the target, when it was and is still there
     QString exportFolder; // when it is still there
 

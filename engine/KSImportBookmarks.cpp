@@ -50,10 +50,8 @@ bool KSImportOperation::importBookmarks()
                             OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP(
                                                    "KastrelImporter", "its bookmark file could not be written (%@)")),
                                                {error.localizedDescription}));
-        } else if (!setFileDates(path, item)) {
-            // The record of a bookmark has no dates: the file is all that carries them.
-            noteItemProblem(identifier, name, ItemProblemKind::Incomplete,
-                            OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "its dates could not be set")));
+        } else {
+            setOnlyCopyOfFileDates(path, item, identifier, name);
         }
         writeLog(OVStringWithFormat(QStringLiteral("Exporting item with identifier as bookmark: %@"), {identifier}));
 

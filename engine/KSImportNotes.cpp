@@ -91,26 +91,27 @@ void KSImportOperation::convertFileToNoteOnMainThread(const QVariantMap &request
 
     QTextDocument document;
     OVError error;
+    bool written = false;
     if (!RichTextReader::readFile(originalPath, &document, nullptr, &error)) {
         qWarning().noquote() << OVStringWithFormat(QStringLiteral("Cannot write note: %@"),
                                                    {error.localizedDescription});
         // Text that cannot be read is still the person's data: the note holds the file itself.
         const QString readFailure = error.localizedDescription;
         const QString name = request.value(QStringLiteral("name"), QFileInfo(originalPath).fileName()).toString();
-        if (NVOriginalFileNote::write(name, originalPath, notePath, &error)) {
+        written = NVOriginalFileNote::write(name, originalPath, notePath, &error);
+        if (written) {
             result.outcome = NoteConversion::Outcome::OriginalFileAttached;
             result.reason = OVStringWithFormat(
                 OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "its text could not be read (%@)")),
                 {readFailure});
-        } else {
-            result.outcome = NoteConversion::Outcome::NotWritten;
-            result.reason = OVStringWithFormat(
-                OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "its note could not be written (%@)")),
-                {error.localizedDescription});
         }
-    } else if (!RTFDPackage::writeDocument(&document, notePath, {}, &error)) {
-        qWarning().noquote() << OVStringWithFormat(QStringLiteral("Cannot write note: %@"),
-                                                   {error.localizedDescription});
+    } else {
+        written = RTFDPackage::writeDocument(&document, notePath, {}, &error);
+        if (!written)
+            qWarning().noquote() << OVStringWithFormat(QStringLiteral("Cannot write note: %@"),
+                                                       {error.localizedDescription});
+    }
+    if (!written) {
         result.outcome = NoteConversion::Outcome::NotWritten;
         result.reason = OVStringWithFormat(
             OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "its note could not be written (%@)")),

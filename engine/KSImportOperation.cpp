@@ -110,6 +110,8 @@ void KSImportOperation::main()
         writeLog(OVStringWithFormat(QStringLiteral("Exporting without the lock against a second export: %@"),
                                     {lockProblem}));
 
+    // An exception ends the run as a cancelled one, after its error.
+    std::optional<OVError> abort;
     try {
         writeLog(QStringLiteral("*** Export started"));
         performImportWithAppIdentifier(identifier);
@@ -123,17 +125,14 @@ void KSImportOperation::main()
             informDelegateDidEnd();
     } catch (const KSScriptingException &exception) {
         writeLog(OVStringWithFormat(QStringLiteral("Scripting failure: %@"), {exception.reason()}));
-        informDelegateDidEncounterError(OVError {KSImportErrorDomain, KSExceptionError, describe(exception)});
-        removeUnusedExportFolder();
-        informDelegateDidCancel();
+        abort = OVError {KSImportErrorDomain, KSExceptionError, describe(exception)};
     } catch (const std::exception &exception) {
-        informDelegateDidEncounterError(
-            OVError {KSImportErrorDomain, KSExceptionError, QString::fromUtf8(exception.what())});
-        removeUnusedExportFolder();
-        informDelegateDidCancel();
+        abort = OVError {KSImportErrorDomain, KSExceptionError, QString::fromUtf8(exception.what())};
     } catch (...) {
-        informDelegateDidEncounterError(
-            OVError {KSImportErrorDomain, KSExceptionError, QStringLiteral("Unknown exception")});
+        abort = OVError {KSImportErrorDomain, KSExceptionError, QStringLiteral("Unknown exception")};
+    }
+    if (abort) {
+        informDelegateDidEncounterError(*abort);
         removeUnusedExportFolder();
         informDelegateDidCancel();
     }

@@ -171,6 +171,10 @@ protected:
     // Sets what the item has of its creation and modification dates on the file at `path`;
     // answers whether every date it has was set.
     static bool setFileDates(const QString &path, const KastrelDatabaseItem &item);
+    // The same for a file whose record carries no dates (bookmarks, PDFs): a failure loses
+    // them, so the item is listed as not fully imported.
+    void setOnlyCopyOfFileDates(const QString &path, const KastrelDatabaseItem &item, const QString &identifier,
+                                const QString &name);
     // A record of the item table with the keys every kind sets first.
     static OVPlist itemRecord(qint64 type, const QString &identifier, const QString &path, const QString &fileName);
     // The name (the file name without its extension), the hidden-extension flag and what the
@@ -188,16 +192,17 @@ protected:
     // The item being exported, so that a failure of the source's connection names it.
     void setCurrentItemName(const QString &name) { m_currentItemName = name; }
     // Takes out of the item table every record whose file is not there (listing its item as
-    // not imported) and counts the records whose strings XML cannot carry whole.
-    void removeRecordsWithoutFiles();
+    // not imported) and counts the records whose strings XML cannot carry whole. Answers the
+    // files of the records that stay.
+    QSet<QString> removeRecordsWithoutFiles();
     // Removes the export folder of a run that was cancelled or stopped by an error.
     void removeUnusedExportFolder();
     // The error text for a failure of the connection to an application: which one, what
     // happened, and the item being exported; the bus's own words go to the log.
     QString describe(const KSScriptingException &exception) const;
     // Writes the library file and reads it back: a file the target could not parse, or that
-    // names a file which is not there, is never handed over. Reports error 10002 on failure.
-    bool writeLibraryFile(const QString &libraryFile);
+    // names a file other than `itemFiles`, is never handed over. Reports error 10002 on failure.
+    bool writeLibraryFile(const QString &libraryFile, const QSet<QString> &itemFiles);
 
 private:
     std::shared_ptr<ScriptingBackend> m_backend;
@@ -215,7 +220,6 @@ private:
     QMap<QString, quint64> m_announcedItemCounts;
     QList<SkippedItem> m_skippedItems;
     QList<ItemProblem> m_itemProblems;
-    QSet<QString> m_itemsWithProblems; // identifiers listed in m_itemProblems as not arrived
     QString m_handedOffLibraryFile;
     qint64 m_recordsWithUncarriableCharacters = 0;
     bool m_errorReported = false;

@@ -5,7 +5,6 @@
 #include "formats/NVItemType.h"
 #include "foundation/OVFileNameFitting.h"
 #include "foundation/OVFileNameStrings.h"
-#include "foundation/OVLocalization.h"
 #include "foundation/OVStringFormat.h"
 
 #include <QDir>
@@ -119,10 +118,7 @@ bool KSImportOperation::importPDFs()
         }
 
         const QString identifier = item.id();
-        // The record of a PDF has no dates: the file is all that carries them.
-        if (!setFileDates(destination, item))
-            noteItemProblem(identifier, item.name(), ItemProblemKind::Incomplete,
-                            OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "its dates could not be set")));
+        setOnlyCopyOfFileDates(destination, item, identifier, item.name());
         writeLog(OVStringWithFormat(QStringLiteral("Exporting item with identifier: %@"), {identifier}));
 
         // Dates live on the file only: the record has neither them nor a name.

@@ -71,8 +71,6 @@ void KSImportOperation::noteItemProblem(const QString &identifier, const QString
     writeLog(OVStringWithFormat(QString::fromLatin1(problemLogFormat(kind)), {identifier, name, reason}));
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_itemProblems.append(ItemProblem {identifier, name, m_currentOptionKey, kind, reason});
-    if (kind == ItemProblemKind::NotImported)
-        m_itemsWithProblems.insert(identifier);
 }
 
 bool KSImportOperation::stopIfOutOfSpace(const QString &folder)
@@ -90,14 +88,18 @@ bool KSImportOperation::stopIfOutOfSpace(const QString &folder)
     return true;
 }
 
-void KSImportOperation::removeRecordsWithoutFiles()
+QSet<QString> KSImportOperation::removeRecordsWithoutFiles()
 {
     const QString folderPrefix = QDir::cleanPath(filesPath()) + QLatin1Char('/');
     const OVPlist entities = libraryPlist().value(KSLibraryRecords::entitiesKey);
     const OVPlist::Dictionary items = entities.value(KSLibraryRecords::itemEntity).toDictionary();
-    QList<QString> missing;
+    QStringList missing;
+    QSet<QString> present;
     for (auto record = items.cbegin(); record != items.cend(); ++record) {
-        if (!isExportedFile(record.value().value(QStringLiteral("absoluteFilename")).toString(), folderPrefix))
+        const QString path = record.value().value(QStringLiteral("absoluteFilename")).toString();
+        if (isExportedFile(path, folderPrefix))
+            present.insert(path);
+        else
             missing.append(record.key());
     }
     for (const QString &identifier : missing) {
@@ -107,7 +109,9 @@ void KSImportOperation::removeRecordsWithoutFiles()
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
             m_libraryPlist[KSLibraryRecords::entitiesKey][KSLibraryRecords::itemEntity].remove(identifier);
-            listed = m_itemsWithProblems.contains(identifier);
+            listed = std::any_of(m_itemProblems.cbegin(), m_itemProblems.cend(), [&](const ItemProblem &problem) {
+                return problem.identifier == identifier && problem.kind == ItemProblemKind::NotImported;
+            });
         }
         if (!listed)
             noteItemProblem(identifier, record.value(QStringLiteral("name")).toString(QFileInfo(path).fileName()),
@@ -131,11 +135,14 @@ void KSImportOperation::removeRecordsWithoutFiles()
         writeLog(OVStringWithFormat(
             QStringLiteral("Left characters that XML cannot carry out of %ld records of the library file"),
             {uncarriable}));
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_recordsWithUncarriableCharacters = uncarriable;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_recordsWithUncarriableCharacters = uncarriable;
+    }
+    return present;
 }
 
-bool KSImportOperation::writeLibraryFile(const QString &libraryFile)
+bool KSImportOperation::writeLibraryFile(const QString &libraryFile, const QSet<QString> &itemFiles)
 {
     const QString folder = QFileInfo(libraryFile).absolutePath();
     QString problem;
@@ -155,12 +162,12 @@ bool KSImportOperation::writeLibraryFile(const QString &libraryFile)
     }
 
     if (problem.isEmpty()) {
-        // Read back as the target will: a strict XML reading, and every file it names there.
+        // Read back as the target will: a strict XML reading, and every file it names one of
+        // those found there just before.
         QFile file(libraryFile);
         if (!file.open(QIODevice::ReadOnly)) {
             problem = file.errorString();
         } else {
-            const QString folderPrefix = QDir::cleanPath(folder) + QLatin1Char('/');
             QXmlStreamReader reader(&file);
             bool nextIsFile = false;
             while (!reader.atEnd() && problem.isEmpty()) {
@@ -170,7 +177,7 @@ bool KSImportOperation::writeLibraryFile(const QString &libraryFile)
                     nextIsFile = reader.readElementText() == QLatin1String("absoluteFilename");
                 } else if (nextIsFile && reader.name() == QLatin1String("string")) {
                     const QString path = reader.readElementText();
-                    if (!isExportedFile(path, folderPrefix))
+                    if (!itemFiles.contains(path))
                         problem = OVStringWithFormat(QStringLiteral("it names %@, which is not there"), {path});
                     nextIsFile = false;
                 }

@@ -156,6 +156,14 @@ bool KSImportOperation::setFileDates(const QString &path, const KastrelDatabaseI
     return set;
 }
 
+void KSImportOperation::setOnlyCopyOfFileDates(const QString &path, const KastrelDatabaseItem &item,
+                                               const QString &identifier, const QString &name)
+{
+    if (!setFileDates(path, item))
+        noteItemProblem(identifier, name, ItemProblemKind::Incomplete,
+                        OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "its dates could not be set")));
+}
+
 OVPlist KSImportOperation::itemRecord(qint64 type, const QString &identifier, const QString &path,
                                       const QString &fileName)
 {

@@ -139,9 +139,9 @@ bool KSImportOperation::performImportWithAppIdentifier(const QString &identifier
 
     // Records whose file is missing go before the file is written; the file is read back
     // before the target sees it, and a file that does not read back is never handed over.
-    removeRecordsWithoutFiles();
+    const QSet<QString> itemFiles = removeRecordsWithoutFiles();
     const QString libraryFile = QDir(folder).filePath(QStringLiteral("Kastrel.nvlibxml"));
-    if (!writeLibraryFile(libraryFile))
+    if (!writeLibraryFile(libraryFile, itemFiles))
         return false;
 
     target->activate();
