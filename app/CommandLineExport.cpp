@@ -7,12 +7,11 @@
 #include "app/KSImportOptions.h"
 #include "engine/KSExportReport.h"
 #include "engine/KSImportOperation.h"
+#include "engine/KSImportRunner.h"
 #include "foundation/OVLocalization.h"
 #include "foundation/OVStringFormat.h"
 
-#include <QEventLoop>
 #include <QJsonDocument>
-#include <QThread>
 
 namespace {
 
@@ -133,22 +132,15 @@ int CommandLineExport::run(const QStringList &arguments)
 
 int CommandLineExport::exportWithOptions(const QVariantMap &options, bool json)
 {
-    auto operation = std::make_shared<KSImportOperation>(m_backend);
     auto progress = std::make_shared<CommandLineProgress>(CommandLineOutput::errorIsTerminal());
-    operation->setDelegate(progress);
-    operation->setImportOptions(options);
+    auto operation = std::make_shared<KSImportOperation>(options, progress, m_backend);
     m_lastOperation = operation;
 
     {
         const CommandLineInterrupt interrupt(operation, [progress] { progress->cancelRequested(); });
         // The engine hands every notification to this thread and waits for it: this thread
-        // serves them in an event loop until the worker is through.
-        std::unique_ptr<QThread> worker(QThread::create([operation] { operation->main(); }));
-        QEventLoop loop;
-        QObject::connect(worker.get(), &QThread::finished, &loop, &QEventLoop::quit);
-        worker->start();
-        loop.exec();
-        worker->wait();
+        // serves them until the worker is through.
+        KSImportRunner::runToEnd(operation);
     }
 
     const KSExportReport report = KSExportReport::ofOperation(*operation);

@@ -72,11 +72,12 @@ KSImportPanel::KSImportPanel(QWidget *parent, std::shared_ptr<ScriptingBackend> 
     KSInterfaceTexts::localize(this);
     m_ui->importProgress->setUsesThreadedAnimation(true);
     connect(m_ui->cancelButton, &QPushButton::clicked, this, &KSImportPanel::cancel);
+    connect(&m_runner, &KSImportRunner::finished, this, &KSImportPanel::operationFinished);
 }
 
 KSImportPanel::~KSImportPanel()
 {
-    if (m_operationThread) {
+    if (m_runner.operation()) {
         stopFollowingOperation();
         waitForOperation();
     }
@@ -126,7 +127,7 @@ void KSImportPanel::setTitleAndInformation(const QString &title, const QString &
 void KSImportPanel::showSheetOnWindow(QWidget *parentWindow, const QVariantMap &importOptions,
                                       CompletionHandler completionHandler)
 {
-    if (m_operationThread) {
+    if (m_runner.operation()) {
         // A sheet runs one export at a time; the one before must be over first.
         stopFollowingOperation();
         waitForOperation();
@@ -137,35 +138,22 @@ void KSImportPanel::showSheetOnWindow(QWidget *parentWindow, const QVariantMap &
     setTitleAndInformation(OVLocalizedString("Preparing..."), QString());
     beginSheet(parentWindow, std::move(completionHandler));
 
-    m_operation = std::make_shared<KSImportOperation>(m_backend);
     m_forwarder = std::make_shared<Forwarder>(this);
-    m_operation->setDelegate(m_forwarder);
-    m_operation->setImportOptions(importOptions);
-
-    const std::shared_ptr<KSImportOperation> operation = m_operation;
-    m_operationThread.reset(QThread::create([operation] { operation->main(); }));
-    m_operationThread->setObjectName(QStringLiteral("Export"));
-    m_operationFinished = false;
-    // Connected before the start, so the end of even the shortest run is seen.
-    connect(m_operationThread.get(), &QThread::finished, this, [this] {
-        m_operationFinished = true;
-        emit operationFinished();
-    });
-    m_operationThread->start();
+    m_runner.start(std::make_shared<KSImportOperation>(importOptions, m_forwarder, m_backend));
 }
 
 void KSImportPanel::waitForOperation()
 {
-    if (!m_operationThread)
+    if (!m_runner.operation())
         return;
-    if (!m_operationFinished) {
+    if (m_runner.isRunning()) {
         // The worker hands every notification to this thread and waits for it, so this
         // thread must go on serving events until the worker is through.
         QEventLoop loop;
         connect(this, &KSImportPanel::operationFinished, &loop, &QEventLoop::quit);
         loop.exec();
     }
-    m_operationThread->wait();
+    m_runner.wait();
 }
 
 void KSImportPanel::cancel()
@@ -173,8 +161,8 @@ void KSImportPanel::cancel()
     importProgress()->setIndeterminate(false);
     importProgress()->stopAnimation();
     setTitleAndInformation(OVLocalizedString("Cancelling..."), QString());
-    if (m_operation)
-        m_operation->cancel();
+    if (m_runner.operation())
+        m_runner.operation()->cancel();
 }
 
 void KSImportPanel::reject()
@@ -186,8 +174,8 @@ void KSImportPanel::stopFollowingOperation()
 {
     if (m_forwarder)
         m_forwarder->detach();
-    if (m_operation)
-        m_operation->cancel();
+    if (m_runner.operation())
+        m_runner.operation()->cancel();
 }
 
 void KSImportPanel::importOperationWillStartImportingRecordsOfType(KSImportOperation *, const QString &type)
@@ -252,7 +240,7 @@ void KSImportPanel::importOperationDidEnd(KSImportOperation *operation)
 QString KSImportPanel::whatReachedTheTarget(KSImportOperation *operation) const
 {
     if (!operation)
-        operation = m_operation.get();
+        operation = m_runner.operation().get();
     const KSExportReport report = operation ? KSExportReport::ofOperation(*operation) : KSExportReport();
     const QString handed = report.libraryFile.isEmpty() ? OVLocalizedString("Nothing was handed to Nortavel 3.")
                                                         : OVLocalizedString("The library was handed to Nortavel 3.");

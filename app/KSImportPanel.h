@@ -8,6 +8,7 @@
 
 #include "app/KSSheet.h"
 #include "engine/KSImportOperationDelegate.h"
+#include "engine/KSImportRunner.h"
 
 #include <QString>
 #include <QVariantMap>
@@ -46,9 +47,9 @@ public:
                            CompletionHandler completionHandler);
 
     // The run begun last, while the sheet keeps it (for summaries and tests).
-    KSImportOperation *operation() const { return m_operation.get(); }
+    KSImportOperation *operation() const { return m_runner.operation().get(); }
     // Whether the worker thread of the last run has finished (true before any run).
-    bool isOperationFinished() const { return m_operationFinished; }
+    bool isOperationFinished() const { return !m_runner.isRunning(); }
     // Returns once the worker thread has finished, serving its hand-offs to this thread.
     void waitForOperation();
 
@@ -85,10 +86,8 @@ private:
     std::shared_ptr<ScriptingBackend> m_backend;
 
     // The sheet's "queue": one worker thread and the operation it runs, for one run.
-    std::unique_ptr<QThread> m_operationThread;
-    std::shared_ptr<KSImportOperation> m_operation;
+    KSImportRunner m_runner;
     std::shared_ptr<Forwarder> m_forwarder;
-    bool m_operationFinished = true;
 
     mutable std::mutex m_messageMutex;
     QString m_titleMessage;

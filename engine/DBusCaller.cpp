@@ -51,7 +51,7 @@ QVariantList DBusCaller::checked(const QDBusMessage &reply, const QString &metho
 {
     if (reply.type() == QDBusMessage::ErrorMessage)
         fail(method, about, QStringLiteral("%1: %2").arg(reply.errorName(), reply.errorMessage()),
-             failureOf(reply.errorName()));
+             failureOf(reply.errorName(), reply.errorMessage()));
     if (reply.type() != QDBusMessage::ReplyMessage)
         fail(method, about, QStringLiteral("no reply"), failureOf(QString()));
     if (reply.signature() != expectedSignature)
@@ -60,7 +60,7 @@ QVariantList DBusCaller::checked(const QDBusMessage &reply, const QString &metho
     return reply.arguments();
 }
 
-KSScriptingException::Failure DBusCaller::failureOf(const QString &errorName) const
+KSScriptingException::Failure DBusCaller::failureOf(const QString &errorName, const QString &errorMessage) const
 {
     static const QStringList gone = {QStringLiteral("org.freedesktop.DBus.Error.ServiceUnknown"),
                                      QStringLiteral("org.freedesktop.DBus.Error.NameHasNoOwner"),
@@ -69,6 +69,11 @@ KSScriptingException::Failure DBusCaller::failureOf(const QString &errorName) co
         = {QStringLiteral("org.freedesktop.DBus.Error.NoReply"), QStringLiteral("org.freedesktop.DBus.Error.Timeout"),
            QStringLiteral("org.freedesktop.DBus.Error.TimedOut")};
     if (gone.contains(errorName))
+        return KSScriptingException::Failure::Quit;
+    // The bus says so when the application left it with the call unanswered. Asking the bus
+    // afterwards would not do: a later call may have started the application again.
+    if (errorName == QLatin1String("org.freedesktop.DBus.Error.NoReply")
+        && errorMessage.contains(QLatin1String("disconnected"), Qt::CaseInsensitive))
         return KSScriptingException::Failure::Quit;
     if (!errorName.isEmpty() && !silent.contains(errorName))
         return KSScriptingException::Failure::Other;

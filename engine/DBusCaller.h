@@ -47,7 +47,7 @@ public:
 private:
     QDBusMessage message(const QString &method, const QVariantList &arguments) const;
     // What an error reply (or, for an empty name, no reply at all) says of the application.
-    KSScriptingException::Failure failureOf(const QString &errorName) const;
+    KSScriptingException::Failure failureOf(const QString &errorName, const QString &errorMessage = QString()) const;
     QVariantList checked(const QDBusMessage &reply, const QString &method, const QString &about,
                          const QString &expectedSignature) const;
 

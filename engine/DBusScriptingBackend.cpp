@@ -63,6 +63,36 @@ QVariantMap plainProperties(const QVariantMap &properties, QSet<QString> *names 
     return plain;
 }
 
+// An Export call on its way: its answer waits in the bus's queue until it is taken.
+class PendingExport : public KastrelPendingExport
+{
+public:
+    PendingExport(const DBusCaller &caller, QDBusPendingCall call, QString about)
+        : m_caller(caller)
+        , m_call(std::move(call))
+        , m_about(std::move(about))
+    { }
+
+    QString answer() override
+    {
+        return m_caller.answer(m_call, QStringLiteral("Export"), m_about, QStringLiteral("s")).value(0).toString();
+    }
+
+    QString discard() override
+    {
+        try {
+            return answer();
+        } catch (const KSScriptingException &) {
+            return QString();
+        }
+    }
+
+private:
+    const DBusCaller &m_caller;
+    QDBusPendingCall m_call;
+    QString m_about;
+};
+
 class DBusKastrelScripting : public KastrelScripting
 {
 public:
@@ -120,6 +150,12 @@ public:
         const QVariantList reply = m_caller.call(QStringLiteral("Export"), {objectPathList(items), folder},
                                                  describeObjects(items), QStringLiteral("s"));
         return reply.value(0).toString();
+    }
+
+    std::unique_ptr<KastrelPendingExport> sendExport(const QStringList &items, const QString &folder) override
+    {
+        return std::make_unique<PendingExport>(
+            m_caller, m_caller.send(QStringLiteral("Export"), {objectPathList(items), folder}), describeObjects(items));
     }
 
     void releaseObject(const QString &object) override

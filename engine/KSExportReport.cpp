@@ -11,19 +11,17 @@
 KSExportReport KSExportReport::ofOperation(const KSImportOperation &operation)
 {
     KSExportReport report;
-    const OVPlist::Dictionary records = operation.libraryPlist()
-                                            .value(KSLibraryRecords::entitiesKey)
-                                            .value(KSLibraryRecords::itemEntity)
-                                            .toDictionary();
-    for (const OVPlist &record : records)
-        ++report.importedByKind[itemTypeName(record.value(QStringLiteral("itemType")).toInteger())];
-    report.importedTotal = records.size();
+    const QMap<qint64, qint64> recorded = operation.recordedItemCountsByType();
+    for (auto count = recorded.cbegin(); count != recorded.cend(); ++count) {
+        report.importedByKind[itemTypeName(count.key())] += count.value();
+        report.importedTotal += count.value();
+    }
     report.passedOver = operation.skippedItems();
     report.problems = operation.itemProblems();
     report.recordsWithUncarriableCharacters = operation.recordsWithUncarriableCharacters();
     // Only what is there: a summary never sends anybody to look for a file that is not.
-    if (const auto *file = dynamic_cast<const QFile *>(operation.logStream().get()); file && file->exists())
-        report.logFile = QFileInfo(file->fileName()).absoluteFilePath();
+    if (!operation.logFilePath().isNull() && QFileInfo::exists(operation.logFilePath()))
+        report.logFile = operation.logFilePath();
     const QString libraryFile = operation.handedOffLibraryFile();
     if (!libraryFile.isNull() && QFileInfo::exists(libraryFile))
         report.libraryFile = QDir::cleanPath(libraryFile);

@@ -15,14 +15,16 @@
 
 bool KSImportOperation::importBookmarks()
 {
-    const QString folder = QDir(filesPath()).filePath(QStringLiteral("Bookmarks"));
+    const QString folder = QDir(m_filesPath).filePath(QStringLiteral("Bookmarks"));
 
-    for (const KastrelDatabaseItem &item : kastrelApp()->bookmarkItems().get()) {
-        if (isCancelled())
-            return false;
-        const QString name = item.name();
-        setCurrentItemName(name);
-        const QString identifier = item.id();
+    // No export folder: the source is not asked for bookmark files. Every bookmark is taken up,
+    // with or without a name.
+    ItemKindSteps steps;
+    steps.skipsItemsWithoutName = false;
+    steps.logFormat = QStringLiteral("Exporting item with identifier as bookmark: %@");
+
+    steps.placeFile = [this, &folder](const KastrelDatabaseItem &item, const QString &name, const QString &identifier,
+                                      const QString &) -> std::optional<PlacedFile> {
         const QString location = item.location();
         // Addresses as people paste them (a blank, an accented path, a host in its own
         // script) are made into URLs as browsers do, so they are not lost.
@@ -42,10 +44,12 @@ bool KSImportOperation::importBookmarks()
         const QString path = folder + QLatin1Char('/') + fileName;
         OVError error;
         if (!bookmark->writeToFileAtURL(QUrl::fromLocalFile(path), &error)) {
+            // One bad bookmark does not stop the library: it is still recorded, and the check
+            // before the hand-off lists it.
             writeLog(OVStringWithFormat(QStringLiteral("Exporting bookmark file %@ failed: %@"),
                                         {path, error.localizedDescription}));
             if (stopIfOutOfSpace(folder))
-                return false;
+                return std::nullopt;
             noteItemProblem(identifier, name, ItemProblemKind::NotImported,
                             OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP(
                                                    "KastrelImporter", "its bookmark file could not be written (%@)")),
@@ -53,14 +57,11 @@ bool KSImportOperation::importBookmarks()
         } else {
             setOnlyCopyOfFileDates(path, item, identifier, name);
         }
-        writeLog(OVStringWithFormat(QStringLiteral("Exporting item with identifier as bookmark: %@"), {identifier}));
+        return PlacedFile {NVItemTypeBookmark, path, fileName};
+    };
 
-        // No name and no dates in the record: the file carries the dates.
-        OVPlist record = itemRecord(NVItemTypeBookmark, identifier, path, fileName);
-        record.insert(QStringLiteral("extensionHidden"), true);
-        storeItemRecord(item, identifier, record);
-
-        informDelegateDidImportRecordOfType(QString(QLatin1String("")));
-    }
-    return true;
+    // No name and no dates in the record: the file carries the dates.
+    steps.completeRecord
+        = [](const KastrelDatabaseItem &, OVPlist &record) { record.insert(QStringLiteral("extensionHidden"), true); };
+    return exportEachItem(m_kastrelApp->bookmarkItems().get(), steps);
 }

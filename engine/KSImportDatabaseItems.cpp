@@ -3,7 +3,6 @@
 #include "engine/KSImportOperation.h"
 #include "foundation/OVFileNameFitting.h"
 #include "foundation/OVFileNameStrings.h"
-#include "foundation/OVStringFormat.h"
 #include "foundation/OVXmlCharacters.h"
 
 #include <QDir>
@@ -13,16 +12,14 @@
 bool KSImportOperation::importDatabaseItems(const QList<KastrelDatabaseItem> &items, qint64 type,
                                             const QString &directory)
 {
-    for (const KastrelDatabaseItem &item : items) {
-        if (isCancelled())
-            return false;
-        bool skipped = false;
-        QString path = exportNamedItemToFolder(item, directory, &skipped);
-        if (skipped)
-            continue;
-        if (path.isNull())
-            return false;
+    ItemKindSteps steps;
+    steps.exportFolder = [directory](int) { return directory; };
+    steps.exportFailureText = QT_TRANSLATE_NOOP("KastrelImporter", "Unable to export database item with name \"%@\".");
+    steps.logFormat = QStringLiteral("Exporting item with identifier: %@");
 
+    steps.placeFile = [type, &directory](const KastrelDatabaseItem &item, const QString &, const QString &,
+                                         const QString &exported) -> std::optional<PlacedFile> {
+        QString path = exported;
         // The file keeps the name the source chose. Only when sanitising would not change it is
         // it "moved", onto itself; a name the sanitiser would change is left alone, and the
         // record describes the file as the source named it.
@@ -40,19 +37,15 @@ bool KSImportOperation::importDatabaseItems(const QList<KastrelDatabaseItem> &it
                 fileName = carried;
             }
         }
-
         setFileDates(path, item);
-        const QString identifier = item.id();
-        writeLog(OVStringWithFormat(QStringLiteral("Exporting item with identifier: %@"), {identifier}));
+        return PlacedFile {type, path, fileName};
+    };
 
-        OVPlist record = itemRecord(type, identifier, path, fileName);
-        insertNameAndDates(record, fileName, item);
+    steps.completeRecord = [](const KastrelDatabaseItem &item, OVPlist &record) {
+        insertNameAndDates(record, record.value(QStringLiteral("filename")).toString(), item);
         // Only ever yes: an item that is not encrypted says nothing.
         if (item.respondsToEncrypted() && item.encrypted().value_or(false))
             record.insert(QStringLiteral("com.orvantis.Nortavel.EncryptItemOnImport"), true);
-        storeItemRecord(item, identifier, record);
-
-        informDelegateDidImportRecordOfType(QString(QLatin1String("")));
-    }
-    return true;
+    };
+    return exportEachItem(items, steps);
 }

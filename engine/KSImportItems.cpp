@@ -49,11 +49,10 @@ const char *const exportFolderErrorText
 
 bool KSImportOperation::importItems()
 {
-    const QVariantMap options = importOptions();
     // A missing key is off, as is anything that is not true.
     const auto selected
-        = [&options](const ItemKind &kind) { return options.value(QString::fromLatin1(kind.optionKey)).toBool(); };
-    const KastrelApplication source = *kastrelApp();
+        = [this](const ItemKind &kind) { return m_importOptions.value(QString::fromLatin1(kind.optionKey)).toBool(); };
+    const KastrelApplication source = *m_kastrelApp;
 
     quint64 total = 0;
     QMap<QString, quint64> counts;
@@ -64,15 +63,12 @@ bool KSImportOperation::importItems()
         counts.insert(QString::fromLatin1(kind.optionKey), count);
         total += count;
     }
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_announcedItemCounts = counts;
-    }
+    m_announcedItemCounts = counts;
     informDelegateWillStartImportingCountOfRecordsOfType(
         {{QStringLiteral("type"), OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Items"))},
          {QStringLiteral("count"), total}});
 
-    const QString folder = filesPath();
+    const QString folder = m_filesPath;
     writeLog(OVStringWithFormat(QStringLiteral("Using temporary directory: %@"), {folder}));
 
     QString reason;
@@ -83,8 +79,13 @@ bool KSImportOperation::importItems()
             return false;
         }
     }
-    for (const char *subFolder : subFolders) {
-        const QString path = QDir(folder).filePath(QString::fromLatin1(subFolder));
+    QStringList folders;
+    for (const char *subFolder : subFolders)
+        folders.append(QDir(folder).filePath(QString::fromLatin1(subFolder)));
+    // The staging folder's own folders, one per export in flight.
+    const QStringList slotFolders = stagingSlotFolders();
+    folders += slotFolders;
+    for (const QString &path : std::as_const(folders)) {
         if (!OVStandardPaths::createFolderWithIntermediates(path, &reason)) {
             informDelegateDidEncounterError(KSImportError(KSExportFolderError, exportFolderErrorText));
             writeLog(OVStringWithFormat(QStringLiteral("Unable to create directory %@: %@"), {path, reason}));
@@ -92,23 +93,16 @@ bool KSImportOperation::importItems()
         }
     }
 
-    {
-        OVPlist library = libraryPlist();
-        library.insert(KSLibraryRecords::exporterVersionKey, 350);
-        // A path, not a flag: it names what the target deletes once it has imported the library.
-        library.insert(KSLibraryRecords::removeFileOnCompletionKey, folder);
-        setLibraryPlist(library);
-    }
+    m_libraryPlist.insert(KSLibraryRecords::exporterVersionKey, 350);
+    // A path, not a flag: it names what the target deletes once it has imported the library.
+    m_libraryPlist.insert(KSLibraryRecords::removeFileOnCompletionKey, folder);
     createEntityTable(KSLibraryRecords::itemEntity);
 
     for (const ItemKind &kind : itemKinds) {
         if (!selected(kind))
             continue;
         writeLog(QString::fromLatin1(kind.logLine));
-        {
-            const std::lock_guard<std::mutex> lock(m_mutex);
-            m_currentOptionKey = QString::fromLatin1(kind.optionKey);
-        }
+        m_currentOptionKey = QString::fromLatin1(kind.optionKey);
         bool exported = false;
         switch (kind.exporter) {
         case Exporter::Notes:
@@ -128,5 +122,8 @@ bool KSImportOperation::importItems()
         if (!exported)
             return false;
     }
+    // The slots' folders are empty now: "TMP" is left as one item at a time leaves it.
+    for (const QString &slotFolder : slotFolders)
+        QDir().rmdir(slotFolder);
     return true;
 }

@@ -18,20 +18,17 @@
 
 bool KSImportOperation::importDatabaseItemsAsNotes(const QList<KastrelDatabaseItem> &items)
 {
-    const QString notesFolder = QDir(filesPath()).filePath(QStringLiteral("Notes"));
-    const QString stagingFolder = QDir(filesPath()).filePath(QStringLiteral("TMP"));
+    const QString notesFolder = QDir(m_filesPath).filePath(QStringLiteral("Notes"));
 
-    for (const KastrelDatabaseItem &item : items) {
-        if (isCancelled())
-            return false;
-        bool skipped = false;
-        const QString stagedPath = exportNamedItemToFolder(item, stagingFolder, &skipped);
-        if (skipped)
-            continue;
-        if (stagedPath.isNull())
-            return false;
-        const QString name = item.name();
+    ItemKindSteps steps;
+    steps.exportFolder = [this](int slot) { return stagingFolder(slot); };
+    steps.exportFailureText = QT_TRANSLATE_NOOP("KastrelImporter", "Unable to export database item with name \"%@\".");
+    steps.logFormat = QStringLiteral("Exporting item with identifier as note: %@");
 
+    // The staged file is converted on the main thread into a package in "Notes", then goes.
+    steps.placeFile
+        = [this, &notesFolder](const KastrelDatabaseItem &item, const QString &name, const QString &identifier,
+                               const QString &stagedPath) -> std::optional<PlacedFile> {
         // The extension goes on before sanitising, so a long name is cut with its extension
         // kept, and uniquing numbers it before the extension: 'Agenda 1.nvnote'. The name is
         // then fitted to what the file system takes (255 bytes, not 255 characters) and to
@@ -50,7 +47,6 @@ bool KSImportOperation::importDatabaseItemsAsNotes(const QList<KastrelDatabaseIt
         OVPerformOnMainThreadAndWait(
             [this, &request, &conversion] { convertFileToNoteOnMainThread(request, &conversion); });
 
-        const QString identifier = item.id();
         switch (conversion.outcome) {
         case NoteConversion::Outcome::Converted:
             break;
@@ -59,28 +55,25 @@ bool KSImportOperation::importDatabaseItemsAsNotes(const QList<KastrelDatabaseIt
             break;
         case NoteConversion::Outcome::NotWritten:
             if (stopIfOutOfSpace(notesFolder))
-                return false;
+                return std::nullopt;
             noteItemProblem(identifier, name, ItemProblemKind::NotImported, conversion.reason);
             break;
         }
-
         setFileDates(notePath, item);
-        writeLog(OVStringWithFormat(QStringLiteral("Exporting item with identifier as note: %@"), {identifier}));
+        OVStandardPaths::removeItemAtPath(stagedPath);
+        return PlacedFile {NVItemTypeNote, notePath, noteName};
+    };
 
-        OVPlist record = itemRecord(NVItemTypeNote, identifier, notePath, noteName);
-        insertNameAndDates(record, noteName, item);
+    steps.completeRecord = [](const KastrelDatabaseItem &item, OVPlist &record) {
+        insertNameAndDates(record, record.value(QStringLiteral("filename")).toString(), item);
         // Notes pass their flag on as it is, yes or no; password items without one are encrypted.
         if (item.respondsToEncrypted())
             record.insert(QStringLiteral("com.orvantis.Nortavel.EncryptItemOnImport"),
                           item.encrypted().value_or(false));
         else if (item.respondsToPassword())
             record.insert(QStringLiteral("com.orvantis.Nortavel.EncryptItemOnImport"), true);
-        storeItemRecord(item, identifier, record);
-
-        OVStandardPaths::removeItemAtPath(stagedPath);
-        informDelegateDidImportRecordOfType(QString(QLatin1String("")));
-    }
-    return true;
+    };
+    return exportEachItem(items, steps);
 }
 
 void KSImportOperation::convertFileToNoteOnMainThread(const QVariantMap &request, NoteConversion *conversion)

@@ -34,8 +34,11 @@ QString supportFolderForTarget(const QString &identifier)
 
 } // namespace
 
-KSImportOperation::KSImportOperation(std::shared_ptr<ScriptingBackend> backend)
-    : m_backend(backend ? std::move(backend) : std::make_shared<DBusScriptingBackend>())
+KSImportOperation::KSImportOperation(QVariantMap importOptions, std::shared_ptr<KSImportOperationDelegate> delegate,
+                                     std::shared_ptr<ScriptingBackend> backend)
+    : m_importOptions(std::move(importOptions))
+    , m_delegate(std::move(delegate))
+    , m_backend(backend ? std::move(backend) : std::make_shared<DBusScriptingBackend>())
     , m_libraryPlist(OVPlist::dictionary())
 { }
 
@@ -105,7 +108,8 @@ void KSImportOperation::main()
     // Unbuffered, so every line is on disk when written, even if the run dies afterwards. A log
     // that cannot be opened is not an error: the run goes on and its lines are lost.
     log->open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered);
-    setLogStream(log);
+    m_logStream = log;
+    m_logFilePath = QFileInfo(logPath).absoluteFilePath();
     if (!lockProblem.isEmpty())
         writeLog(OVStringWithFormat(QStringLiteral("Exporting without the lock against a second export: %@"),
                                     {lockProblem}));
@@ -189,119 +193,29 @@ void KSImportOperation::removeUnusedExportFolder()
 
 void KSImportOperation::writeLog(const QString &line)
 {
-    const std::shared_ptr<QIODevice> stream = logStream();
-    if (stream && stream->isOpen())
-        OVExtensions::writeLogLine(*stream, line);
+    if (m_logStream && m_logStream->isOpen())
+        OVExtensions::writeLogLine(*m_logStream, line);
 }
 
 void KSImportOperation::createEntityTable(const QString &entity)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
     m_libraryPlist[QStringLiteral("Entities")].insert(entity, OVPlist::dictionary());
     m_groupIndex.reset();
 }
 
 void KSImportOperation::setEntityRecord(const QString &entity, const QString &identifier, const OVPlist &record)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
     m_libraryPlist[QStringLiteral("Entities")][entity].insert(identifier, record);
     if (entity == KSLibraryRecords::itemGroupEntity || entity == KSLibraryRecords::smartGroupEntity)
         m_groupIndex.reset();
 }
 
-OVPlist KSImportOperation::libraryPlist() const
+QMap<qint64, qint64> KSImportOperation::recordedItemCountsByType() const
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_libraryPlist;
-}
-
-void KSImportOperation::setLibraryPlist(const OVPlist &libraryPlist)
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_libraryPlist = libraryPlist;
-    m_groupIndex.reset();
-}
-
-std::shared_ptr<KSImportOperationDelegate> KSImportOperation::delegate() const
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_delegate;
-}
-
-void KSImportOperation::setDelegate(std::shared_ptr<KSImportOperationDelegate> delegate)
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_delegate = std::move(delegate);
-}
-
-QVariantMap KSImportOperation::importOptions() const
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_importOptions;
-}
-
-void KSImportOperation::setImportOptions(const QVariantMap &importOptions)
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_importOptions = importOptions;
-}
-
-std::shared_ptr<QIODevice> KSImportOperation::logStream() const
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_logStream;
-}
-
-void KSImportOperation::setLogStream(std::shared_ptr<QIODevice> logStream)
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_logStream = std::move(logStream);
-}
-
-std::optional<KastrelApplication> KSImportOperation::kastrelApp() const
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_kastrelApp;
-}
-
-void KSImportOperation::setKastrelApp(std::optional<KastrelApplication> kastrelApp)
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_kastrelApp = std::move(kastrelApp);
-}
-
-quint64 KSImportOperation::majorVersion() const
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_majorVersion;
-}
-
-void KSImportOperation::setMajorVersion(quint64 majorVersion)
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_majorVersion = majorVersion;
-}
-
-QString KSImportOperation::filesPath() const
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_filesPath;
-}
-
-void KSImportOperation::setFilesPath(const QString &filesPath)
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_filesPath = filesPath;
-}
-
-QMap<QString, quint64> KSImportOperation::announcedItemCounts() const
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_announcedItemCounts;
-}
-
-QList<KSImportOperation::SkippedItem> KSImportOperation::skippedItems() const
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_skippedItems;
+    QMap<qint64, qint64> counts;
+    const OVPlist::Dictionary records
+        = m_libraryPlist.value(KSLibraryRecords::entitiesKey).value(KSLibraryRecords::itemEntity).toDictionary();
+    for (const OVPlist &record : records)
+        ++counts[record.value(QStringLiteral("itemType")).toInteger()];
+    return counts;
 }

@@ -1,6 +1,7 @@
 // The export engine: one operation exports the whole source library and hands it to the
-// target. Created per run by whoever shows its progress, run once on a worker thread through
-// main(), cancelled from the main thread. The stages live in files of their own
+// target. Created per run, with its options and delegate, by whoever shows its progress; run
+// once on a worker thread through main() (see KSImportRunner), cancelled from any thread;
+// its results read once main() has returned. The stages live in files of their own
 // (KSPerformImport.cpp, KSImportGroups.cpp, ...); the notifications in
 // KSImportOperationNotifications.cpp.
 #pragma once
@@ -19,8 +20,8 @@
 #include <QString>
 #include <QVariantMap>
 #include <atomic>
+#include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 
 class KSScriptingException;
@@ -35,48 +36,44 @@ public:
     static const QString sourceIdentifier;
     static const QString legacySourceIdentifier;
 
-    // `backend` reaches the applications; by default the session bus.
-    explicit KSImportOperation(std::shared_ptr<ScriptingBackend> backend = nullptr);
+    // How many items the source is asked to export before the one being recorded is done:
+    // while the importer converts, moves and records an item, the source already writes the
+    // next ones. One asks for each item only when it is its turn.
+    static constexpr int DefaultExportWindow = 8;
+
+    // `importOptions` selects the kinds of item (option key to a truth value); `delegate`, held
+    // for the life of the operation, hears of the progress on the main thread; `backend`
+    // reaches the applications, by default over the session bus.
+    explicit KSImportOperation(QVariantMap importOptions, std::shared_ptr<KSImportOperationDelegate> delegate = nullptr,
+                               std::shared_ptr<ScriptingBackend> backend = nullptr);
     ~KSImportOperation();
 
     KSImportOperation(const KSImportOperation &) = delete;
     KSImportOperation &operator=(const KSImportOperation &) = delete;
 
-    // The run's body. Never throws: whatever escapes the stages becomes error 10004.
+    // The run's body, on a worker thread. Never throws: whatever escapes the stages becomes
+    // error 10004.
     void main();
 
+    // The options the operation was made with.
+    const QVariantMap &importOptions() const { return m_importOptions; }
+
+    // From any thread: the run stops before its next item.
     void cancel() { m_cancelled.store(true); }
     bool isCancelled() const { return m_cancelled.load(); }
 
-    // Properties; each accessor takes the operation's lock.
-    OVPlist libraryPlist() const;
-    void setLibraryPlist(const OVPlist &libraryPlist);
-    // Held strongly: the delegate lives at least as long as the operation.
-    std::shared_ptr<KSImportOperationDelegate> delegate() const;
-    void setDelegate(std::shared_ptr<KSImportOperationDelegate> delegate);
-    QVariantMap importOptions() const;
-    void setImportOptions(const QVariantMap &importOptions);
-    std::shared_ptr<QIODevice> logStream() const;
-    void setLogStream(std::shared_ptr<QIODevice> logStream);
-    std::optional<KastrelApplication> kastrelApp() const;
-    void setKastrelApp(std::optional<KastrelApplication> kastrelApp);
-    quint64 majorVersion() const;
-    void setMajorVersion(quint64 majorVersion);
-    QString filesPath() const;
-    void setFilesPath(const QString &filesPath);
-
-    ScriptingBackend &scriptingBackend() const { return *m_backend; }
-
-    // What the item stage found, for summaries after a run: the number of items of each selected
-    // kind (by option key, as counted before the export), and the items it passed over.
+    // The results, read once main() has returned.
+    //
+    // The number of items of each selected kind (by option key, as counted before the export),
+    // and the items the item stage passed over.
     struct SkippedItem
     {
         QString identifier;
         QString optionKey;
         QString reason;
     };
-    QMap<QString, quint64> announcedItemCounts() const;
-    QList<SkippedItem> skippedItems() const;
+    const QMap<QString, quint64> &announcedItemCounts() const { return m_announcedItemCounts; }
+    const QList<SkippedItem> &skippedItems() const { return m_skippedItems; }
 
     // An item that did not arrive whole: not at all, with its original file attached in place
     // of its text, or without part of what it carries (its address, its dates).
@@ -89,17 +86,39 @@ public:
         ItemProblemKind kind = ItemProblemKind::NotImported;
         QString reason;
     };
-    QList<ItemProblem> itemProblems() const;
+    const QList<ItemProblem> &itemProblems() const { return m_itemProblems; }
     // The library file handed to the target, or a null string when none was.
-    QString handedOffLibraryFile() const;
+    const QString &handedOffLibraryFile() const { return m_handedOffLibraryFile; }
     // How many records of the library file lost characters that XML cannot carry.
-    qint64 recordsWithUncarriableCharacters() const;
+    qint64 recordsWithUncarriableCharacters() const { return m_recordsWithUncarriableCharacters; }
+    // How many items the library file records, by item type code.
+    QMap<qint64, qint64> recordedItemCountsByType() const;
+    // The run's log file, or a null string when the run never got as far as opening one.
+    const QString &logFilePath() const { return m_logFilePath; }
+    // The export folder, or a null string when the run never got as far as choosing it.
+    const QString &filesPath() const { return m_filesPath; }
 
     // Where the log of a run for `targetIdentifier` goes: "<support>/Nortavel 3/Logs/Kastrel Export.log".
     static QString logFilePathForTarget(const QString &targetIdentifier);
     // The export folder for `targetIdentifier`, or a null string (and *reason) when the
     // per-user temporary folder cannot be used.
     static QString exportFolderForTarget(const QString &targetIdentifier, QString *reason = nullptr);
+
+    // Web Page (7) for PDFs a browser saved, Document (2) for any other.
+    static qint64 itemTypeForPDFAtPath(const QString &path);
+
+private:
+    // Tests look at the stages and the library as it is built.
+    friend struct KSImportOperationInspector;
+
+    // What the run works with; set on the worker thread, read by it (and, while it waits for
+    // them, by the notifications on the main thread).
+    const OVPlist &libraryPlist() const { return m_libraryPlist; }
+    const std::shared_ptr<KSImportOperationDelegate> &delegate() const { return m_delegate; }
+    const std::shared_ptr<QIODevice> &logStream() const { return m_logStream; }
+    const std::optional<KastrelApplication> &kastrelApp() const { return m_kastrelApp; }
+    quint64 majorVersion() const { return m_majorVersion; }
+    ScriptingBackend &scriptingBackend() const { return *m_backend; }
 
     // The run, after main() has found the target and opened the log.
     bool performImportWithAppIdentifier(const QString &identifier);
@@ -110,11 +129,44 @@ public:
     bool importLabels();
     bool importItems();
 
-    // The item exporters importItems() calls, one per kind of item.
+    // The item exporters importItems() calls, one per kind of item. Each says how its items'
+    // files arrive and what their records hold; exportEachItem() does the rest.
     bool importDatabaseItemsAsNotes(const QList<KastrelDatabaseItem> &items);
     bool importBookmarks();
     bool importDatabaseItems(const QList<KastrelDatabaseItem> &items, qint64 type, const QString &directory);
     bool importPDFs();
+
+    // Where an item's file ended up: the record describes this file.
+    struct PlacedFile
+    {
+        qint64 type = 0;
+        QString path;
+        QString fileName;
+    };
+    // What sets one kind of item apart from the others.
+    struct ItemKindSteps
+    {
+        // The folder the source writes the item of window slot `slot` into; none for a kind the
+        // source does not export (bookmarks).
+        std::function<QString(int slot)> exportFolder;
+        // Items without a name are passed over (notes and the like, images, web archives).
+        bool skipsItemsWithoutName = true;
+        // The text of error 10003 when the source writes nothing; "%@" is the item's name.
+        const char *exportFailureText = nullptr;
+        // Brings the item's file (the one the source wrote, or none) to where the target takes
+        // it from, dated; nothing when the run is to stop, after reporting why.
+        std::function<std::optional<PlacedFile>(const KastrelDatabaseItem &item, const QString &name,
+                                                const QString &identifier, const QString &exported)>
+            placeFile;
+        // The log line for the item, "%@" being its identifier.
+        QString logFormat;
+        // The keys the record of this kind holds besides those of every record.
+        std::function<void(const KastrelDatabaseItem &item, OVPlist &record)> completeRecord;
+    };
+    // The loop every kind shares: the cancel check, items without a name, the source's export
+    // (asked ahead, see DefaultExportWindow), the kind's steps, the log line, the record and
+    // the progress, item after item in `items` order.
+    bool exportEachItem(const QList<KastrelDatabaseItem> &items, const ItemKindSteps &steps);
 
     // What became of a note's conversion: written from its text, written as a note holding
     // the original file (the text could not be read), or not written at all.
@@ -128,9 +180,6 @@ public:
     // no readable text still becomes a note, holding that file unchanged. `conversion`, when
     // given, tells which happened.
     void convertFileToNoteOnMainThread(const QVariantMap &request, NoteConversion *conversion = nullptr);
-
-    // Web Page (7) for PDFs a browser saved, Document (2) for any other.
-    static qint64 itemTypeForPDFAtPath(const QString &path);
 
     // The attributes every item record carries: comments, tags, label and groups.
     void addGeneralAttributesToDatabaseItem(const KastrelDatabaseItem &item, OVPlist &itemRecord);
@@ -148,7 +197,6 @@ public:
     void informDelegateDidCancel();
     void informDelegateDidEnd();
 
-protected:
     // Writes a line to the log when it is open; lines for a log that could not be opened are lost.
     void writeLog(const QString &line);
     // The entity table `entity` of the library file, made empty.
@@ -158,16 +206,9 @@ protected:
     // Notes an item passed over because it has no name, in the log and for the summary, and
     // releases it.
     void skipItemWithoutName(const KastrelDatabaseItem &item);
-    // Has the source write `item` into `folder`: the written path, or a null string when it
-    // wrote nothing or answered a path outside `folder`, which is treated the same.
-    QString exportItemToFolder(const KastrelDatabaseItem &item, const QString &folder);
-    // The start that notes, images and web archives share for an item: an item without a name
-    // is skipped (a null string, `*skipped` set); otherwise the path of the file the source wrote
-    // into `folder`, or a null string after reporting error 10003 when it wrote none.
-    QString exportNamedItemToFolder(const KastrelDatabaseItem &item, const QString &folder, bool *skipped);
-    // The end every item exporter shares: the general attributes go into `record`, the record
-    // into the item table under `identifier`, and the item is released, as nothing reads it again.
-    void storeItemRecord(const KastrelDatabaseItem &item, const QString &identifier, OVPlist &record);
+    // The path the source answered for `item` written into `folder`, checked: a null string when
+    // it wrote nothing or answered a path outside `folder`, which is treated the same.
+    QString checkedExportPath(const KastrelDatabaseItem &item, const QString &answered, const QString &folder);
     // Sets what the item has of its creation and modification dates on the file at `path`;
     // answers whether every date it has was set.
     static bool setFileDates(const QString &path, const KastrelDatabaseItem &item);
@@ -195,6 +236,13 @@ protected:
     // not imported) and counts the records whose strings XML cannot carry whole. Answers the
     // files of the records that stay.
     QSet<QString> removeRecordsWithoutFiles();
+    // The files the item table's records name.
+    QSet<QString> recordedFiles() const;
+    // The folder the source stages the item of export window slot `slot` in: "TMP" itself when
+    // one item is exported at a time, else a folder of the slot's own inside it.
+    QString stagingFolder(int slot) const;
+    // Those folders of the slots; created with the export folder's sub-folders.
+    QStringList stagingSlotFolders() const;
     // Removes the export folder of a run that was cancelled or stopped by an error.
     void removeUnusedExportFolder();
     // The error text for a failure of the connection to an application: which one, what
@@ -204,18 +252,19 @@ protected:
     // names a file other than `itemFiles`, is never handed over. Reports error 10002 on failure.
     bool writeLibraryFile(const QString &libraryFile, const QSet<QString> &itemFiles);
 
-private:
-    std::shared_ptr<ScriptingBackend> m_backend;
+    const QVariantMap m_importOptions;
+    const std::shared_ptr<KSImportOperationDelegate> m_delegate;
+    const std::shared_ptr<ScriptingBackend> m_backend;
     std::atomic<bool> m_cancelled {false};
+    int m_exportWindow = DefaultExportWindow;
 
-    mutable std::mutex m_mutex;
+    // Only the worker touches these while the run lasts.
     OVPlist m_libraryPlist;
-    std::shared_ptr<KSImportOperationDelegate> m_delegate;
-    QVariantMap m_importOptions;
     std::shared_ptr<QIODevice> m_logStream;
     std::optional<KastrelApplication> m_kastrelApp;
     quint64 m_majorVersion = 0;
     QString m_filesPath;
+    QString m_logFilePath;
 
     QMap<QString, quint64> m_announcedItemCounts;
     QList<SkippedItem> m_skippedItems;
@@ -224,7 +273,7 @@ private:
     qint64 m_recordsWithUncarriableCharacters = 0;
     bool m_errorReported = false;
     bool m_createdExportFolder = false;
-    QString m_currentItemName; // only touched on the worker thread
+    QString m_currentItemName;
     QString m_currentOptionKey; // the kind the item stage is exporting, for skipped items
 
     // Item identifier to the groups listing it, made from the group tables on first use, so

@@ -85,21 +85,20 @@ qint64 KSImportOperation::itemTypeForPDFAtPath(const QString &path)
 
 bool KSImportOperation::importPDFs()
 {
-    const QString documentsFolder = QDir(filesPath()).filePath(QStringLiteral("Documents"));
-    const QString webPagesFolder = QDir(filesPath()).filePath(QStringLiteral("Web Pages"));
-    const QString stagingFolder = QDir(filesPath()).filePath(QStringLiteral("TMP"));
+    const QString documentsFolder = QDir(m_filesPath).filePath(QStringLiteral("Documents"));
+    const QString webPagesFolder = QDir(m_filesPath).filePath(QStringLiteral("Web Pages"));
     const char *const failureText = QT_TRANSLATE_NOOP("KastrelImporter", "Unable to export PDF item with name \"%@\".");
 
-    for (const KastrelDatabaseItem &item : kastrelApp()->pdfArchiveItems().get()) {
-        if (isCancelled())
-            return false;
-        setCurrentItemName(item.name());
-        const QString stagedPath = exportItemToFolder(item, stagingFolder);
-        if (stagedPath.isNull()) {
-            informDelegateDidEncounterError(itemExportError(failureText, item.name()));
-            return false;
-        }
+    // PDFs are not looked at for a name: every one is exported.
+    ItemKindSteps steps;
+    steps.exportFolder = [this](int slot) { return stagingFolder(slot); };
+    steps.skipsItemsWithoutName = false;
+    steps.exportFailureText = failureText;
+    steps.logFormat = QStringLiteral("Exporting item with identifier: %@");
 
+    // The staged PDF is classified and moved into "Documents" or "Web Pages".
+    steps.placeFile = [&](const KastrelDatabaseItem &item, const QString &name, const QString &identifier,
+                          const QString &stagedPath) -> std::optional<PlacedFile> {
         const qint64 type = itemTypeForPDFAtPath(stagedPath);
         const QString folder = type == NVItemTypeDocument ? documentsFolder : webPagesFolder;
         // The source's own name is kept when it is free; it is not sanitised. Only what the
@@ -113,20 +112,15 @@ bool KSImportOperation::importPDFs()
         if (!staged.rename(destination)) {
             writeLog(OVStringWithFormat(QStringLiteral("Unable to move PDF file from %@ to %@: %@"),
                                         {stagedPath, destination, staged.errorString()}));
-            informDelegateDidEncounterError(itemExportError(failureText, item.name()));
-            return false;
+            informDelegateDidEncounterError(itemExportError(failureText, name));
+            return std::nullopt;
         }
+        setOnlyCopyOfFileDates(destination, item, identifier, name);
+        return PlacedFile {type, destination, fileName};
+    };
 
-        const QString identifier = item.id();
-        setOnlyCopyOfFileDates(destination, item, identifier, item.name());
-        writeLog(OVStringWithFormat(QStringLiteral("Exporting item with identifier: %@"), {identifier}));
-
-        // Dates live on the file only: the record has neither them nor a name.
-        OVPlist record = itemRecord(type, identifier, destination, fileName);
-        record.insert(QStringLiteral("extensionHidden"), true);
-        storeItemRecord(item, identifier, record);
-
-        informDelegateDidImportRecordOfType(QString(QLatin1String("")));
-    }
-    return true;
+    // Dates live on the file only: the record has neither them nor a name.
+    steps.completeRecord
+        = [](const KastrelDatabaseItem &, OVPlist &record) { record.insert(QStringLiteral("extensionHidden"), true); };
+    return exportEachItem(m_kastrelApp->pdfArchiveItems().get(), steps);
 }

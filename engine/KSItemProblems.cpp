@@ -69,7 +69,6 @@ void KSImportOperation::noteItemProblem(const QString &identifier, const QString
                                         const QString &reason)
 {
     writeLog(OVStringWithFormat(QString::fromLatin1(problemLogFormat(kind)), {identifier, name, reason}));
-    const std::lock_guard<std::mutex> lock(m_mutex);
     m_itemProblems.append(ItemProblem {identifier, name, m_currentOptionKey, kind, reason});
 }
 
@@ -105,14 +104,11 @@ QSet<QString> KSImportOperation::removeRecordsWithoutFiles()
     for (const QString &identifier : missing) {
         const OVPlist record = items.value(identifier);
         const QString path = record.value(QStringLiteral("absoluteFilename")).toString();
-        bool listed = false;
-        {
-            const std::lock_guard<std::mutex> lock(m_mutex);
-            m_libraryPlist[KSLibraryRecords::entitiesKey][KSLibraryRecords::itemEntity].remove(identifier);
-            listed = std::any_of(m_itemProblems.cbegin(), m_itemProblems.cend(), [&](const ItemProblem &problem) {
-                return problem.identifier == identifier && problem.kind == ItemProblemKind::NotImported;
-            });
-        }
+        m_libraryPlist[KSLibraryRecords::entitiesKey][KSLibraryRecords::itemEntity].remove(identifier);
+        const bool listed
+            = std::any_of(m_itemProblems.cbegin(), m_itemProblems.cend(), [&](const ItemProblem &problem) {
+                  return problem.identifier == identifier && problem.kind == ItemProblemKind::NotImported;
+              });
         if (!listed)
             noteItemProblem(identifier, record.value(QStringLiteral("name")).toString(QFileInfo(path).fileName()),
                             ItemProblemKind::NotImported,
@@ -135,10 +131,7 @@ QSet<QString> KSImportOperation::removeRecordsWithoutFiles()
         writeLog(OVStringWithFormat(
             QStringLiteral("Left characters that XML cannot carry out of %ld records of the library file"),
             {uncarriable}));
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_recordsWithUncarriableCharacters = uncarriable;
-    }
+    m_recordsWithUncarriableCharacters = uncarriable;
     return present;
 }
 
@@ -201,22 +194,4 @@ bool KSImportOperation::writeLibraryFile(const QString &libraryFile, const QSet<
                                                                    "full (%@). Nothing was handed to Nortavel 3.")),
                                {libraryFile, problem})});
     return false;
-}
-
-QList<KSImportOperation::ItemProblem> KSImportOperation::itemProblems() const
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_itemProblems;
-}
-
-QString KSImportOperation::handedOffLibraryFile() const
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_handedOffLibraryFile;
-}
-
-qint64 KSImportOperation::recordsWithUncarriableCharacters() const
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_recordsWithUncarriableCharacters;
 }

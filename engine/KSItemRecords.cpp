@@ -1,6 +1,6 @@
 // What every item record holds besides its file: comments, tags, label and groups; and the
-// steps all item exporters share (asking the source for the file, dating it, the record's
-// first keys, the error for an item that could not be exported).
+// pieces the item loop and the kinds share (checking the file the source answered, dating it,
+// the record's first keys, the error for an item that could not be exported).
 #include "engine/KSImportErrors.h"
 #include "engine/KSImportOperation.h"
 #include "engine/KSLibraryRecords.h"
@@ -77,7 +77,6 @@ QString KSImportOperation::tagsStringForDatabaseItem(const KastrelDatabaseItem &
 OVPlist::Array KSImportOperation::groupIdentifiersForDatabaseItem(const KastrelDatabaseItem &item)
 {
     const QString identifier = item.id();
-    const std::lock_guard<std::mutex> lock(m_mutex);
     if (!m_groupIndex) {
         // Groups first, then smart groups, each in the order of its table.
         QHash<QString, OVPlist::Array> index;
@@ -95,53 +94,36 @@ void KSImportOperation::skipItemWithoutName(const KastrelDatabaseItem &item)
     const QString identifier = item.id();
     writeLog(OVStringWithFormat(QStringLiteral("Skipping item with identifier %@ because it doesn't have a name."),
                                 {identifier}));
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_skippedItems.append(SkippedItem {identifier, m_currentOptionKey, QStringLiteral("it has no name")});
-    }
+    m_skippedItems.append(SkippedItem {identifier, m_currentOptionKey, QStringLiteral("it has no name")});
     item.release();
     informDelegateDidImportRecordOfType(QString(QLatin1String("")));
 }
 
-QString KSImportOperation::exportItemToFolder(const KastrelDatabaseItem &item, const QString &folder)
+QString KSImportOperation::checkedExportPath(const KastrelDatabaseItem &item, const QString &answered,
+                                             const QString &folder)
 {
-    const QString path = kastrelApp()->exportTo({item}, folder);
-    if (path.isEmpty())
+    if (answered.isEmpty())
         return QString();
     // Only a file written straight into the folder we gave is ours to move, convert or delete.
-    const QFileInfo written(path);
+    const QFileInfo written(answered);
     if (!written.isAbsolute() || QDir::cleanPath(written.absolutePath()) != QDir::cleanPath(folder)
         || written.fileName() == QLatin1String("..") || written.fileName() == QLatin1String(".")
         || (!written.exists() && !written.isSymLink())) {
         writeLog(OVStringWithFormat(QStringLiteral("Ignoring export of item %@ to %@: not a file in %@"),
-                                    {item.id(), path, folder}));
+                                    {item.id(), answered, folder}));
         return QString();
     }
-    return QDir::cleanPath(path);
+    return QDir::cleanPath(answered);
 }
 
-QString KSImportOperation::exportNamedItemToFolder(const KastrelDatabaseItem &item, const QString &folder,
-                                                   bool *skipped)
+QSet<QString> KSImportOperation::recordedFiles() const
 {
-    const QString name = item.name();
-    setCurrentItemName(name);
-    *skipped = name.isEmpty();
-    if (*skipped) {
-        skipItemWithoutName(item);
-        return QString();
-    }
-    const QString path = exportItemToFolder(item, folder);
-    if (path.isNull())
-        informDelegateDidEncounterError(itemExportError(
-            QT_TRANSLATE_NOOP("KastrelImporter", "Unable to export database item with name \"%@\"."), name));
-    return path;
-}
-
-void KSImportOperation::storeItemRecord(const KastrelDatabaseItem &item, const QString &identifier, OVPlist &record)
-{
-    addGeneralAttributesToDatabaseItem(item, record);
-    setEntityRecord(KSLibraryRecords::itemEntity, identifier, record);
-    item.release();
+    QSet<QString> files;
+    const OVPlist::Dictionary records
+        = m_libraryPlist.value(KSLibraryRecords::entitiesKey).value(KSLibraryRecords::itemEntity).toDictionary();
+    for (const OVPlist &record : records)
+        files.insert(QDir::cleanPath(record.value(QStringLiteral("absoluteFilename")).toString()));
+    return files;
 }
 
 bool KSImportOperation::setFileDates(const QString &path, const KastrelDatabaseItem &item)

@@ -12,7 +12,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <mutex>
 #include <stdexcept>
 
 namespace {
@@ -72,7 +71,7 @@ bool KSImportOperation::performImportWithAppIdentifier(const QString &identifier
         = KastrelApplication::applicationWithBundleIdentifier(scriptingBackend(), sourceIdentifier);
     if (!source)
         source = KastrelApplication::applicationWithBundleIdentifier(scriptingBackend(), legacySourceIdentifier);
-    setKastrelApp(source);
+    m_kastrelApp = source;
     if (!source) {
         informDelegateDidEncounterError(
             KSImportError(KSSourceApplicationNotFoundError,
@@ -87,7 +86,7 @@ bool KSImportOperation::performImportWithAppIdentifier(const QString &identifier
             KSApplicationVersionError, QT_TRANSLATE_NOOP("KastrelImporter", "Kastrel 1.5 or later is required.")));
         return false;
     }
-    setMajorVersion(quint64(sourceVersion.major));
+    m_majorVersion = quint64(sourceVersion.major);
 
     const std::optional<NortavelApplication> target
         = NortavelApplication::applicationWithBundleIdentifier(scriptingBackend(), identifier);
@@ -105,7 +104,7 @@ bool KSImportOperation::performImportWithAppIdentifier(const QString &identifier
 
     // The export folder, emptied: whatever a previous run left there goes.
     const QString folder = exportFolderForTarget(identifier);
-    setFilesPath(folder);
+    m_filesPath = folder;
     writeLog(OVStringWithFormat(QStringLiteral("Exporting to directory: %@"), {folder}));
 
     QString reason;
@@ -128,11 +127,7 @@ bool KSImportOperation::performImportWithAppIdentifier(const QString &identifier
     }
     m_createdExportFolder = true;
 
-    {
-        OVPlist library = libraryPlist();
-        library.insert(QStringLiteral("Entities"), OVPlist::dictionary());
-        setLibraryPlist(library);
-    }
+    m_libraryPlist.insert(QStringLiteral("Entities"), OVPlist::dictionary());
 
     if (!importGroups() || !importSmartGroups() || !importLabels() || !importItems())
         return false;
@@ -148,9 +143,6 @@ bool KSImportOperation::performImportWithAppIdentifier(const QString &identifier
     NortavelImportOptions options;
     options.withRating = 0;
     target->importFiles({libraryFile}, KSNortavelImportMethodCopy, options);
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_handedOffLibraryFile = libraryFile;
-    }
+    m_handedOffLibraryFile = libraryFile;
     return true;
 }

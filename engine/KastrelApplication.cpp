@@ -105,3 +105,11 @@ QString KastrelApplication::exportTo(const QList<KastrelDatabaseItem> &items, co
     const QString path = m_scripting->exportItems(paths, QDir(folder).absolutePath());
     return path.isEmpty() ? QString() : path;
 }
+
+std::unique_ptr<KastrelPendingExport> KastrelApplication::sendExportTo(const KastrelDatabaseItem &item,
+                                                                       const QString &folder) const
+{
+    if (!m_scripting)
+        KastrelRaiseNullObject(QStringLiteral("Export"));
+    return m_scripting->sendExport({item.objectPath()}, QDir(folder).absolutePath());
+}

@@ -48,4 +48,6 @@ public:
     // Asks the application to write the file of `items` (one item) into `folder`, an existing
     // folder. The absolute path of the written file, or a null string when it wrote nothing.
     QString exportTo(const QList<KastrelDatabaseItem> &items, const QString &folder) const;
+    // The same for one item, without waiting: the answer is taken from what this returns.
+    std::unique_ptr<KastrelPendingExport> sendExportTo(const KastrelDatabaseItem &item, const QString &folder) const;
 };

@@ -14,6 +14,21 @@
 #include <memory>
 #include <optional>
 
+// An export asked of the source whose answer has not been taken yet.
+class KastrelPendingExport
+{
+public:
+    virtual ~KastrelPendingExport() = default;
+
+    // What KastrelScripting::exportItems() would answer, waiting for it if need be; throws as
+    // it does.
+    virtual QString answer() = 0;
+
+    // Gives the answer up: the path the source wrote, once it has answered, when it was asked
+    // at all; a null string otherwise. Never throws.
+    virtual QString discard() = 0;
+};
+
 // One connection to one source application. Used from one thread at a time.
 class KastrelScripting
 {
@@ -35,6 +50,11 @@ public:
     // Has the source write the file of `items` (exactly one item) into `folder`; the absolute
     // path of the written file, or a null string when the source wrote nothing.
     virtual QString exportItems(const QStringList &items, const QString &folder) = 0;
+
+    // Asks for the same export without waiting for its answer, so the source can write while
+    // the caller works on something else. Exports are answered in the order they were asked.
+    // By default the export is only asked for when its answer is taken.
+    virtual std::unique_ptr<KastrelPendingExport> sendExport(const QStringList &items, const QString &folder);
 
     // The engine will not read `object` again: a connection that keeps what it read of it may
     // let it go. Reading it afterwards still works, at the cost of another call.

@@ -1,6 +1,7 @@
 // A whole export of the bundled sample library over the session bus: the Kastrel stand-in
 // serves it, the importer exports it, and the Nortavel 3 stand-in validates and ingests the
 // library file. The file is also read back by Python's plistlib, independently of our reader.
+#include "KSImportOperationInspector.h"
 #include "TestConfig.h"
 #include "engine/KSImportOperation.h"
 
@@ -74,10 +75,8 @@ private slots:
         for (const char *key : {"notes", "bookmarks", "serialNumbers", "passwords", "images", "PDFs", "webArchives"})
             options.insert(QString::fromLatin1(key), true);
         const auto delegate = std::make_shared<CountingDelegate>();
-        KSImportOperation operation;
-        operation.setDelegate(delegate);
-        operation.setImportOptions(options);
-        operation.main();
+        const auto operation = KSImportOperationInspector::make(options, delegate);
+        operation->main();
 
         QCOMPARE(delegate->events.first(), QStringLiteral("Groups"));
         QCOMPARE(delegate->events.last(), QStringLiteral("end"));
@@ -85,7 +84,9 @@ private slots:
                  qPrintable(delegate->events.join(QLatin1Char('\n'))));
         QCOMPARE(delegate->announced, quint64(39));
         QCOMPARE(quint64(delegate->records), delegate->announced);
-        const OVPlist items = operation.libraryPlist().value(QStringLiteral("Entities")).value(QStringLiteral("Item"));
+        const OVPlist items = KSImportOperationInspector::libraryPlist(*operation)
+                                  .value(QStringLiteral("Entities"))
+                                  .value(QStringLiteral("Item"));
         QCOMPARE(items.size(), 36); // three notes and images have no name and are skipped
 
         // A later call is answered only when the ingestion is over.
@@ -115,8 +116,8 @@ private slots:
         QCOMPARE(imported.value(QStringLiteral("method")).toString(), QStringLiteral("Tfcp"));
         QVERIFY(imported.value(QStringLiteral("activatedBefore")).toBool());
         // The target removed the export folder, as the file asked.
-        QCOMPARE(imported.value(QStringLiteral("removed")).toString(), operation.filesPath());
-        QVERIFY(!QFileInfo::exists(operation.filesPath()));
+        QCOMPARE(imported.value(QStringLiteral("removed")).toString(), operation->filesPath());
+        QVERIFY(!QFileInfo::exists(operation->filesPath()));
 
         const QString copy = QDir(imported.value(QStringLiteral("libraryFolder")).toString())
                                  .filePath(QStringLiteral("Kastrel.nvlibxml"));

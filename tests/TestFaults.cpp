@@ -3,6 +3,7 @@
 // cannot be removed or created, a disk that fills while notes are written, a log that cannot
 // be opened, and a cancel from the main thread while a slow source is being read.
 #include "FaultHarness.h"
+#include "KSImportOperationInspector.h"
 #include "engine/KSImportErrors.h"
 
 #include <QDir>
@@ -66,7 +67,7 @@ private slots:
                                     {{QStringLiteral("export"), QStringLiteral("quits")}})}));
         QVERIFY(installStandins(library));
 
-        KSImportOperation operation;
+        std::unique_ptr<KSImportOperation> operation;
         const auto delegate = runWithAllOptions(operation);
 
         QCOMPARE(delegate->finalEvents(), QStringList({QStringLiteral("error 10004"), QStringLiteral("cancel")}));
@@ -76,8 +77,8 @@ private slots:
                                 "3; the details are in the log."));
         QVERIFY(readLog().contains(QStringLiteral("Scripting failure: ")));
         QVERIFY(readLog().contains(QStringLiteral("Removed the unfinished export folder ") + exportFolder()));
-        QVERIFY(operation.logStream());
-        QVERIFY(!operation.logStream()->isOpen());
+        QVERIFY(KSImportOperationInspector::logStream(*operation));
+        QVERIFY(!KSImportOperationInspector::logStream(*operation)->isOpen());
         QVERIFY(!libraryFileWritten());
         QVERIFY(lastImport().isEmpty());
         QVERIFY(readLog().contains(QStringLiteral("*** Export started")));
@@ -116,13 +117,15 @@ private slots:
                                               item(kind, QStringLiteral("later"), QStringLiteral("Never reached"))}));
         QVERIFY(installStandins(library));
 
-        KSImportOperation operation;
+        std::unique_ptr<KSImportOperation> operation;
         const auto delegate = runWithAllOptions(operation);
 
         QCOMPARE(delegate->finalEvents(), QStringList({QStringLiteral("error 10003"), QStringLiteral("end")}));
         QCOMPARE(delegate->errors.first().localizedDescription, text);
         QCOMPARE(delegate->errors.first().domain, KSImportErrorDomain);
-        const OVPlist items = operation.libraryPlist().value(QStringLiteral("Entities")).value(QStringLiteral("Item"));
+        const OVPlist items = KSImportOperationInspector::libraryPlist(*operation)
+                                  .value(QStringLiteral("Entities"))
+                                  .value(QStringLiteral("Item"));
         QCOMPARE(items.size(), 1);
         const OVPlist good = items.value(QStringLiteral("good"));
         QVERIFY(good.isDictionary());
@@ -147,7 +150,7 @@ private slots:
         file.close();
         qputenv("TMPDIR", QFile::encodeName(blocker));
 
-        KSImportOperation operation;
+        std::unique_ptr<KSImportOperation> operation;
         const auto delegate = runWithAllOptions(operation);
         qputenv("TMPDIR", savedTemporary);
 
@@ -185,7 +188,7 @@ private slots:
                 QFile::setPermissions(stale, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
         });
 
-        KSImportOperation operation;
+        std::unique_ptr<KSImportOperation> operation;
         const auto delegate = runWithAllOptions(operation);
 
         QCOMPARE(delegate->finalEvents(), QStringList({QStringLiteral("error 10002"), QStringLiteral("end")}));
@@ -201,7 +204,7 @@ private slots:
     {
         if (qEnvironmentVariableIsSet(childMarker)) {
             // The child's run: print what the delegate heard and leave.
-            KSImportOperation operation;
+            std::unique_ptr<KSImportOperation> operation;
             const auto delegate = runWithAllOptions(operation);
             std::printf("events: %s\n", qPrintable(delegate->finalEvents().join(QLatin1Char(','))));
             std::fflush(stdout);
@@ -264,7 +267,7 @@ private slots:
         blocker.close();
         const auto restore = qScopeGuard([&] { QFile::remove(logs); });
 
-        KSImportOperation operation;
+        std::unique_ptr<KSImportOperation> operation;
         const auto delegate = runWithAllOptions(operation);
 
         QCOMPARE(delegate->finalEvents(), QStringList({QStringLiteral("end")}));
@@ -283,9 +286,7 @@ private slots:
                                 {QStringLiteral("--reply-delay"), QStringLiteral("30")}));
 
         const auto delegate = std::make_shared<RecordingDelegate>();
-        KSImportOperation operation;
-        operation.setDelegate(delegate);
-        operation.setImportOptions(allOptions());
+        const auto operation = KSImportOperationInspector::make(allOptions(), delegate);
         int recordsAtCancel = -1;
         // The first record is the signal to cancel, given afterwards from the main thread's
         // event loop as a Cancel button would.
@@ -293,10 +294,10 @@ private slots:
             if (recordsAtCancel < 0 && delegate->records == 1)
                 QTimer::singleShot(0, [&] {
                     recordsAtCancel = delegate->records;
-                    operation.cancel();
+                    operation->cancel();
                 });
         };
-        std::unique_ptr<QThread> worker(QThread::create([&] { operation.main(); }));
+        std::unique_ptr<QThread> worker(QThread::create([&] { operation->main(); }));
         worker->start();
         QTRY_VERIFY_WITH_TIMEOUT(worker->isFinished(), 240000);
 

@@ -6,6 +6,7 @@
 // another user's, never followed and never deleted.
 #include "FaultHarness.h"
 #include "InMemoryScripting.h"
+#include "KSImportOperationInspector.h"
 #include "engine/KSImportErrors.h"
 #include "foundation/OVFileNameStrings.h"
 #include "foundation/OVStandardPaths.h"
@@ -120,7 +121,7 @@ private slots:
         QVERIFY(installStandins(writeLibrary(QStringLiteral("hostile"), manifest)));
         const QMap<QString, QString> before = outsideSnapshot();
 
-        KSImportOperation operation;
+        std::unique_ptr<KSImportOperation> operation;
         const auto delegate = runWithAllOptions(operation);
 
         QVERIFY2(delegate->errors.isEmpty(), qPrintable(delegate->errors.value(0).localizedDescription));
@@ -129,9 +130,10 @@ private slots:
         QVERIFY2(changed.isEmpty(), qPrintable(changed.join(QLatin1Char('\n'))));
 
         // Every record's file lies inside the export folder, and the tags went in unchanged.
-        const QString folder = QDir::cleanPath(operation.filesPath()) + QLatin1Char('/');
-        const OVPlist records
-            = operation.libraryPlist().value(QStringLiteral("Entities")).value(QStringLiteral("Item"));
+        const QString folder = QDir::cleanPath(operation->filesPath()) + QLatin1Char('/');
+        const OVPlist records = KSImportOperationInspector::libraryPlist(*operation)
+                                    .value(QStringLiteral("Entities"))
+                                    .value(QStringLiteral("Item"));
         QCOMPARE(records.size(), items.size());
         QSet<QString> paths;
         for (const OVPlist &record : records.toDictionary()) {
@@ -198,15 +200,24 @@ private slots:
         InMemoryKastrel source = apps->addKastrel(Source, QStringLiteral("2.5"));
         const QString liar = source.addItem(KastrelItemKind(kind), QStringLiteral("X1"), QStringLiteral("Liar"));
         // The source "writes" the file outside (with the bytes already there) and answers its path.
-        source.setExportFile(liar, absolute ? victim : QStringLiteral("../../../sentinels/sentinel.txt"), contents);
+        QString folderGiven = KSImportOperationInspector::firstStagingFolder(exportFolder());
+        if (KastrelItemKind(kind) == KastrelItemKind::Image)
+            folderGiven = QDir(exportFolder()).filePath(QStringLiteral("Images"));
+        else if (KastrelItemKind(kind) == KastrelItemKind::WebArchive)
+            folderGiven = QDir(exportFolder()).filePath(QStringLiteral("Web Pages"));
+        source.setExportFile(liar, absolute ? victim : QDir(folderGiven).relativeFilePath(victim), contents);
         const QMap<QString, QString> before = snapshot(sentinels);
 
-        KSImportOperation operation(apps);
-        const auto delegate = runWithAllOptions(operation);
+        std::unique_ptr<KSImportOperation> operation;
+        const auto delegate = runWithAllOptions(operation, apps);
 
         QCOMPARE(delegate->finalEvents(), QStringList({QStringLiteral("error 10003"), QStringLiteral("end")}));
         QCOMPARE(delegate->errors.first().localizedDescription, text);
-        QCOMPARE(operation.libraryPlist().value(QStringLiteral("Entities")).value(QStringLiteral("Item")).size(), 0);
+        QCOMPARE(KSImportOperationInspector::libraryPlist(*operation)
+                     .value(QStringLiteral("Entities"))
+                     .value(QStringLiteral("Item"))
+                     .size(),
+                 0);
         const QStringList changed = differences(before, snapshot(sentinels));
         QVERIFY2(changed.isEmpty(), qPrintable(changed.join(QLatin1Char('\n'))));
         QVERIFY(!QFileInfo::exists(QDir(exportFolder()).filePath(QStringLiteral("Kastrel.nvlibxml"))));
@@ -274,8 +285,8 @@ private:
 
         const QByteArray saved = qgetenv("TMPDIR");
         qunsetenv("TMPDIR");
-        KSImportOperation operation(apps);
-        const auto delegate = runWithAllOptions(operation);
+        std::unique_ptr<KSImportOperation> operation;
+        const auto delegate = runWithAllOptions(operation, apps);
         qputenv("TMPDIR", saved);
 
         QCOMPARE(delegate->finalEvents(), QStringList({QStringLiteral("error 10002"), QStringLiteral("end")}));

@@ -2,6 +2,7 @@
 // source, the version rules, the log and its framing, the export folder, the stages for
 // groups, smart groups and labels, the library file, the hand-off, and the notifications.
 #include "InMemoryScripting.h"
+#include "KSImportOperationInspector.h"
 #include "engine/KSImportOperation.h"
 #include "engine/KSLibraryRecords.h"
 #include "engine/KSScriptingException.h"
@@ -115,8 +116,7 @@ private:
 
     std::unique_ptr<KSImportOperation> run()
     {
-        auto operation = std::make_unique<KSImportOperation>(m_apps);
-        operation->setDelegate(m_delegate);
+        auto operation = KSImportOperationInspector::make({}, m_delegate, m_apps);
         operation->main();
         return operation;
     }
@@ -246,8 +246,8 @@ private slots:
         QCOMPARE(m_delegate->events.last(), QStringLiteral("cancel"));
         QCOMPARE(m_delegate->events.count(QStringLiteral("cancel")), 1);
         QVERIFY(!m_delegate->events.contains(QStringLiteral("end")));
-        QVERIFY(operation->logStream());
-        QVERIFY(!operation->logStream()->isOpen());
+        QVERIFY(KSImportOperationInspector::logStream(*operation));
+        QVERIFY(!KSImportOperationInspector::logStream(*operation)->isOpen());
         const QStringList texts = logTexts(plainLogPath());
         QVERIFY(!texts.contains(QStringLiteral("*** Export ended")));
         // The error, then the unfinished export folder removed: the run's last two lines.
@@ -285,7 +285,7 @@ private slots:
         const auto operation = run();
         if (accepted) {
             QCOMPARE(m_delegate->errors.size(), 0);
-            QCOMPARE(operation->majorVersion(), major);
+            QCOMPARE(KSImportOperationInspector::majorVersion(*operation), major);
             QCOMPARE(m_apps->importCalls().size(), 1);
         } else {
             QCOMPARE(
@@ -348,7 +348,7 @@ private slots:
         m_apps->addNortavel(Target, QStringLiteral("3.5"));
         const auto operation = run();
         QCOMPARE(m_delegate->errors.size(), 0);
-        QCOMPARE(operation->majorVersion(), quint64(0));
+        QCOMPARE(KSImportOperationInspector::majorVersion(*operation), quint64(0));
         QCOMPARE(m_delegate->events.last(), QStringLiteral("end"));
     }
 
@@ -368,8 +368,8 @@ private slots:
         addSource(QStringLiteral("4.0"), Source);
         m_apps->addNortavel(Target, QStringLiteral("3.5"));
         const auto operation = run();
-        QCOMPARE(operation->kastrelApp()->bundleIdentifier(), Source);
-        QCOMPARE(operation->majorVersion(), quint64(4));
+        QCOMPARE(KSImportOperationInspector::kastrelApp(*operation)->bundleIdentifier(), Source);
+        QCOMPARE(KSImportOperationInspector::majorVersion(*operation), quint64(4));
         QVERIFY(!m_apps->calls().contains(QStringLiteral("proxy ") + LegacySource));
     }
 
@@ -381,8 +381,8 @@ private slots:
         const QStringList calls = m_apps->calls();
         QVERIFY(calls.indexOf(QStringLiteral("proxy ") + Source)
                 < calls.indexOf(QStringLiteral("proxy ") + LegacySource));
-        QCOMPARE(operation->kastrelApp()->bundleIdentifier(), LegacySource);
-        QCOMPARE(operation->majorVersion(), quint64(1));
+        QCOMPARE(KSImportOperationInspector::kastrelApp(*operation)->bundleIdentifier(), LegacySource);
+        QCOMPARE(KSImportOperationInspector::majorVersion(*operation), quint64(1));
         QCOMPARE(m_delegate->errors.size(), 0);
     }
 
@@ -519,8 +519,7 @@ private slots:
         InMemoryKastrel source = addSource();
         source.addLabel(QStringLiteral("L1"), QStringLiteral("Red"), QStringLiteral("rgb 1 0 0 1"));
         m_apps->addNortavel(Target, QStringLiteral("3.5"));
-        auto operation = std::make_unique<KSImportOperation>(m_apps);
-        operation->setDelegate(m_delegate);
+        auto operation = KSImportOperationInspector::make({}, m_delegate, m_apps);
         KSImportOperation *raw = operation.get();
         m_apps->setCallHook([raw](const QString &call) {
             if (call == QStringLiteral("elements / labels"))
@@ -528,8 +527,9 @@ private slots:
         });
         operation->main();
         QVERIFY(!QFileInfo::exists(QDir(plainExportFolder()).filePath(QStringLiteral("Kastrel.nvlibxml"))));
-        QVERIFY(!operation->libraryPlist().contains(KSLibraryRecords::exporterVersionKey)); // items never ran
-        QVERIFY(!table(operation->libraryPlist(), QStringLiteral("Item")).isValid());
+        QVERIFY(!KSImportOperationInspector::libraryPlist(*operation)
+                     .contains(KSLibraryRecords::exporterVersionKey)); // items never ran
+        QVERIFY(!table(KSImportOperationInspector::libraryPlist(*operation), QStringLiteral("Item")).isValid());
         QVERIFY(m_apps->importCalls().isEmpty());
         QCOMPARE(m_apps->activateCount(Target), 0);
         QCOMPARE(m_delegate->events.last(), QStringLiteral("cancel"));
@@ -796,18 +796,17 @@ private slots:
         source.addFolderCollection(QStringLiteral("G1"), QStringLiteral("One"));
         source.addFolderCollection(QStringLiteral("G2"), QStringLiteral("Two"));
         m_apps->addNortavel(Target, QStringLiteral("3.5"));
-        auto operation = std::make_unique<KSImportOperation>(m_apps);
-        operation->setDelegate(m_delegate);
+        auto operation = KSImportOperationInspector::make({}, m_delegate, m_apps);
         KSImportOperation *raw = operation.get();
         m_apps->setCallHook([raw](const QString &call) {
             if (call.startsWith(QStringLiteral("elements ")) && call.endsWith(QStringLiteral(" databaseItems")))
                 raw->cancel();
         });
         operation->main();
-        const OVPlist groups = table(operation->libraryPlist(), QStringLiteral("ItemGroup"));
+        const OVPlist groups = table(KSImportOperationInspector::libraryPlist(*operation), QStringLiteral("ItemGroup"));
         QCOMPARE(groups.keys(), QStringList {QStringLiteral("G1")});
         QCOMPARE(m_delegate->events, (QStringList {QStringLiteral("stage Groups"), QStringLiteral("cancel")}));
-        QVERIFY(!table(operation->libraryPlist(), QStringLiteral("SmartGroup")).isValid());
+        QVERIFY(!table(KSImportOperationInspector::libraryPlist(*operation), QStringLiteral("SmartGroup")).isValid());
         QCOMPARE(m_apps->elementFetches(QStringLiteral("tagCollections")), 0);
         QCOMPARE(m_apps->elementFetches(QStringLiteral("labels")), 0);
     }
@@ -833,8 +832,7 @@ private slots:
         InMemoryKastrel source = addSource();
         source.addFolderCollection(QStringLiteral("G1"), QStringLiteral("One"));
         m_apps->addNortavel(Target, QStringLiteral("3.5"));
-        auto operation = std::make_shared<KSImportOperation>(m_apps);
-        operation->setDelegate(m_delegate);
+        auto operation = KSImportOperationInspector::make<std::shared_ptr<KSImportOperation>>({}, m_delegate, m_apps);
         QThread *worker = QThread::create([operation] { operation->main(); });
         worker->start();
         QTRY_VERIFY_WITH_TIMEOUT(worker->isFinished(), 30000);
@@ -849,8 +847,7 @@ private slots:
     void silentDelegateGetsNothingAndTheRunCompletes()
     {
         m_apps->addNortavel(Target, QStringLiteral("3.5")); // no source: one error
-        auto operation = std::make_unique<KSImportOperation>(m_apps);
-        operation->setDelegate(std::make_shared<SilentDelegate>());
+        auto operation = KSImportOperationInspector::make({}, std::make_shared<SilentDelegate>(), m_apps);
         operation->main();
         const QStringList texts = logTexts(plainLogPath());
         QVERIFY(texts.contains(QStringLiteral("*** Export ended")));
@@ -861,7 +858,7 @@ private slots:
     {
         m_apps->addNortavel(Target, QStringLiteral("2.0"));
         addSource();
-        KSImportOperation operation(m_apps);
+        KSImportOperation operation({}, nullptr, m_apps);
         operation.main();
         const QStringList texts = logTexts(plainLogPath());
         QCOMPARE(texts.filter(QStringLiteral("Error: Error Domain=Kastrel Importer Error Domain Code=10006")).size(),
@@ -871,20 +868,21 @@ private slots:
 
     void propertiesStartEmpty()
     {
-        KSImportOperation operation(m_apps);
-        QVERIFY(operation.libraryPlist().isDictionary());
-        QCOMPARE(operation.libraryPlist().size(), 0);
-        QVERIFY(!operation.delegate());
-        QVERIFY(operation.importOptions().isEmpty());
-        QVERIFY(!operation.logStream());
-        QVERIFY(!operation.kastrelApp());
-        QCOMPARE(operation.majorVersion(), quint64(0));
+        const QVariantMap options {{QStringLiteral("notes"), true}};
+        KSImportOperation operation(options, nullptr, m_apps);
+        const OVPlist &library = KSImportOperationInspector::libraryPlist(operation);
+        QVERIFY(library.isDictionary());
+        QCOMPARE(library.size(), 0);
+        QVERIFY(!KSImportOperationInspector::delegate(operation));
+        QCOMPARE(KSImportOperationInspector::importOptions(operation), options);
+        QVERIFY(!KSImportOperationInspector::logStream(operation));
+        QVERIFY(!KSImportOperationInspector::kastrelApp(operation));
+        QCOMPARE(KSImportOperationInspector::majorVersion(operation), quint64(0));
         QVERIFY(operation.filesPath().isNull());
+        QVERIFY(operation.logFilePath().isNull());
+        QVERIFY(operation.handedOffLibraryFile().isNull());
+        QVERIFY(operation.itemProblems().isEmpty());
         QVERIFY(!operation.isCancelled());
-        QVariantMap options {{QStringLiteral("notes"), true}};
-        operation.setImportOptions(options);
-        options.insert(QStringLiteral("images"), false);
-        QCOMPARE(operation.importOptions().size(), 1); // the setter keeps a copy
     }
 };
 

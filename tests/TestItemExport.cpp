@@ -1,6 +1,7 @@
 // The item stage against the in-memory applications: the driver, item records, images and
 // web archives, notes and their conversion, and PDFs sorted into web pages and documents.
 #include "InMemoryScripting.h"
+#include "KSImportOperationInspector.h"
 #include "TestSupport.h"
 #include "engine/KSImportOperation.h"
 #include "engine/KSLibraryRecords.h"
@@ -124,15 +125,15 @@ private:
 
     void run(const QVariantMap &options = allOptions())
     {
-        m_operation = std::make_unique<KSImportOperation>(m_apps);
-        m_operation->setDelegate(m_delegate);
-        m_operation->setImportOptions(options);
+        m_operation = KSImportOperationInspector::make(options, m_delegate, m_apps);
         m_operation->main();
     }
 
     OVPlist items() const
     {
-        return m_operation->libraryPlist().value(QStringLiteral("Entities")).value(QStringLiteral("Item"));
+        return KSImportOperationInspector::libraryPlist(*m_operation)
+            .value(QStringLiteral("Entities"))
+            .value(QStringLiteral("Item"));
     }
 
     OVPlist record(const QString &identifier) const { return items().value(identifier); }
@@ -169,7 +170,7 @@ private slots:
         QVERIFY(m_delegate->events.contains(QStringLiteral("count 0 Items")));
         for (const char *folder : {"Notes", "Documents", "Images", "Bookmarks", "Web Pages", "TMP"})
             QVERIFY2(QFileInfo(QDir(exportFolder()).filePath(QString::fromLatin1(folder))).isDir(), folder);
-        const OVPlist library = m_operation->libraryPlist();
+        const OVPlist library = KSImportOperationInspector::libraryPlist(*m_operation);
         QCOMPARE(library.value(QStringLiteral("ExporterVersion")), OVPlist(350));
         QCOMPARE(library.value(QStringLiteral("RemoveFileOnCompletion")), OVPlist(exportFolder()));
         QVERIFY(items().isDictionary());
@@ -219,10 +220,8 @@ private slots:
             if (operation && call.startsWith(QStringLiteral("export ") + note))
                 operation->cancel(); // after the last note: the bookmarks are the first to see it
         });
-        m_operation = std::make_unique<KSImportOperation>(m_apps);
+        m_operation = KSImportOperationInspector::make(allOptions(), m_delegate, m_apps);
         operation = m_operation.get();
-        m_operation->setDelegate(m_delegate);
-        m_operation->setImportOptions(allOptions());
         m_operation->main();
         QVERIFY(record(QStringLiteral("N1")).isValid());
         for (const char *element :
@@ -322,7 +321,7 @@ private slots:
 
     void groupIdentifiersComeFromTheTablesNotAScan()
     {
-        KSImportOperation operation(m_apps);
+        const auto operation = KSImportOperationInspector::make({}, nullptr, m_apps);
         OVPlist library = OVPlist::dictionary();
         OVPlist entities = OVPlist::dictionary();
         OVPlist groups = OVPlist::dictionary();
@@ -343,24 +342,27 @@ private slots:
             KSLibraryRecords::smartGroup(QStringLiteral("T"), QStringLiteral("t"), QString(), QStringLiteral("R2")));
         entities.insert(QStringLiteral("SmartGroup"), smart);
         library.insert(QStringLiteral("Entities"), entities);
-        operation.setLibraryPlist(library);
+        KSImportOperationInspector::setLibraryPlist(*operation, library);
         const QString y = source().addItem(KastrelItemKind::Note, QStringLiteral("y"), QStringLiteral("Y"));
         const QString z = source().addItem(KastrelItemKind::Note, QStringLiteral("z"), QStringLiteral("Z"));
         const auto app = KastrelApplication::applicationWithBundleIdentifier(*m_apps, Source);
         QVERIFY(app);
         const QList<KastrelDatabaseItem> notes = app->noteItems().get();
-        QCOMPARE(OVPlist(operation.groupIdentifiersForDatabaseItem(notes.at(0))).toStringList(),
+        QCOMPARE(OVPlist(KSImportOperationInspector::groupIdentifiersForDatabaseItem(*operation, notes.at(0)))
+                     .toStringList(),
                  (QStringList {QStringLiteral("LibraryGroup"), QStringLiteral("A"), QStringLiteral("B"),
                                QStringLiteral("S")}));
-        QCOMPARE(OVPlist(operation.groupIdentifiersForDatabaseItem(notes.at(1))).toStringList(),
+        QCOMPARE(OVPlist(KSImportOperationInspector::groupIdentifiersForDatabaseItem(*operation, notes.at(1)))
+                     .toStringList(),
                  QStringList {QStringLiteral("LibraryGroup")});
         Q_UNUSED(y)
         Q_UNUSED(z)
         // No group tables at all: the library group alone.
-        operation.setLibraryPlist(OVPlist::dictionary());
-        QCOMPARE(OVPlist(operation.groupIdentifiersForDatabaseItem(notes.at(0))).toStringList(),
+        KSImportOperationInspector::setLibraryPlist(*operation, OVPlist::dictionary());
+        QCOMPARE(OVPlist(KSImportOperationInspector::groupIdentifiersForDatabaseItem(*operation, notes.at(0)))
+                     .toStringList(),
                  QStringList {QStringLiteral("LibraryGroup")});
-        QVERIFY(operation.tagsStringForDatabaseItem(notes.at(0)).isNull());
+        QVERIFY(KSImportOperationInspector::tagsStringForDatabaseItem(*operation, notes.at(0)).isNull());
     }
 
     void encryptionRules()
@@ -697,7 +699,7 @@ private slots:
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write(pdfWith(creator, subject));
         file.close();
-        QCOMPARE(KSImportOperation::itemTypeForPDFAtPath(path), type);
+        QCOMPARE(KSImportOperationInspector::itemTypeForPDFAtPath(path), type);
     }
 
     void pdfThatCannotBeOpenedIsADocument()
@@ -708,8 +710,9 @@ private slots:
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write("%PDF-1.4 this is not really a PDF");
         file.close();
-        QCOMPARE(KSImportOperation::itemTypeForPDFAtPath(path), qint64(2));
-        QCOMPARE(KSImportOperation::itemTypeForPDFAtPath(dir.filePath(QStringLiteral("missing.pdf"))), qint64(2));
+        QCOMPARE(KSImportOperationInspector::itemTypeForPDFAtPath(path), qint64(2));
+        QCOMPARE(KSImportOperationInspector::itemTypeForPDFAtPath(dir.filePath(QStringLiteral("missing.pdf"))),
+                 qint64(2));
     }
 
     void pdfFixturesAreClassifiedByTheirCreator_data()
@@ -729,7 +732,7 @@ private slots:
         QFETCH(QString, fixture);
         QFETCH(qint64, type);
         KI_REQUIRE_FIXTURE(path, fixture);
-        QCOMPARE(KSImportOperation::itemTypeForPDFAtPath(path), type);
+        QCOMPARE(KSImportOperationInspector::itemTypeForPDFAtPath(path), type);
     }
 
     void pdfsAreSortedAndUniqued()
@@ -782,9 +785,9 @@ private slots:
         QCOMPARE(m_delegate->events.filter(QStringLiteral("error ")),
                  QStringList {QStringLiteral("error 10003 Unable to export PDF item with name \"Stuck\".")});
         QVERIFY(logText().contains(QStringLiteral("Unable to move PDF file from ")
-                                   + QDir(exportFolder()).filePath(QStringLiteral("TMP/Stuck.pdf"))
-                                   + QStringLiteral(" to ") + QDir(documents).filePath(QStringLiteral("Stuck.pdf"))
-                                   + QStringLiteral(": ")));
+                                   + KSImportOperationInspector::firstStagingFolder(exportFolder())
+                                   + QStringLiteral("/Stuck.pdf") + QStringLiteral(" to ")
+                                   + QDir(documents).filePath(QStringLiteral("Stuck.pdf")) + QStringLiteral(": ")));
         QVERIFY(!record(QStringLiteral("P1")).isValid());
         // The run stopped at the error, so its unfinished folder is to go; the folder that
         // was made immutable holds it back, and the log says so.

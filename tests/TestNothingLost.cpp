@@ -5,6 +5,7 @@
 // bookmark addresses, names with a line break, a disk that fills, two exports at once, Ctrl-C,
 // and a library of a thousand items with one of each of these among them.
 #include "FaultHarness.h"
+#include "KSImportOperationInspector.h"
 #include "TestConfig.h"
 #include "TestSupport.h"
 #include "engine/KSImportErrors.h"
@@ -156,12 +157,12 @@ Run exportLibrary(const QString &name, const QJsonArray &items, const QJsonObjec
         run.delegate = std::make_shared<RecordingDelegate>();
         return run;
     }
-    KSImportOperation operation;
+    std::unique_ptr<KSImportOperation> operation;
     run.delegate = runWithAllOptions(operation);
-    run.problems = operation.itemProblems();
-    run.skipped = operation.skippedItems();
-    run.uncarriable = operation.recordsWithUncarriableCharacters();
-    run.handedOff = operation.handedOffLibraryFile();
+    run.problems = operation->itemProblems();
+    run.skipped = operation->skippedItems();
+    run.uncarriable = operation->recordsWithUncarriableCharacters();
+    run.handedOff = operation->handedOffLibraryFile();
     run.imported = lastImport();
     return run;
 }

@@ -3,6 +3,7 @@
 // readers accept, bookmark addresses kept, one export at a time, no session bus, and a
 // cancelled run that says so and leaves no folder behind.
 #include "InMemoryScripting.h"
+#include "KSImportOperationInspector.h"
 #include "TestSupport.h"
 #include "engine/DBusScriptingBackend.h"
 #include "engine/KSExportLock.h"
@@ -88,15 +89,15 @@ private:
 
     void run()
     {
-        m_operation = std::make_unique<KSImportOperation>(m_apps);
-        m_operation->setDelegate(m_delegate);
-        m_operation->setImportOptions(allOptions());
+        m_operation = KSImportOperationInspector::make(allOptions(), m_delegate, m_apps);
         m_operation->main();
     }
 
     OVPlist items() const
     {
-        return m_operation->libraryPlist().value(QStringLiteral("Entities")).value(QStringLiteral("Item"));
+        return KSImportOperationInspector::libraryPlist(*m_operation)
+            .value(QStringLiteral("Entities"))
+            .value(QStringLiteral("Item"));
     }
 
     // An item of `kind` named `name` whose export is a small file of its kind.
@@ -153,9 +154,12 @@ private slots:
         for (const char *kind : {"note", "serialNumber", "password", "bookmark"}) {
             const QString extension = QLatin1String(kind) == QLatin1String("bookmark") ? QStringLiteral(".webloc")
                                                                                        : QStringLiteral(".nvnote");
-            QTest::newRow((QByteArray(kind) + ", 100 CJK").constData()) << kind << repeated(QStringLiteral("漢"), 100) << extension;
-            QTest::newRow((QByteArray(kind) + ", 200 CJK").constData()) << kind << repeated(QStringLiteral("漢"), 200) << extension;
-            QTest::newRow((QByteArray(kind) + ", 100 emoji").constData()) << kind << repeated(QStringLiteral("😀"), 100) << extension;
+            QTest::newRow((QByteArray(kind) + ", 100 CJK").constData())
+                << kind << repeated(QStringLiteral("漢"), 100) << extension;
+            QTest::newRow((QByteArray(kind) + ", 200 CJK").constData())
+                << kind << repeated(QStringLiteral("漢"), 200) << extension;
+            QTest::newRow((QByteArray(kind) + ", 100 emoji").constData())
+                << kind << repeated(QStringLiteral("😀"), 100) << extension;
         }
     }
 
@@ -359,8 +363,7 @@ private slots:
             QStringLiteral("unix:path=") + QDir(qEnvironmentVariable("TMPDIR")).filePath(QStringLiteral("no-bus")),
             QStringLiteral("nowhere"));
         QVERIFY(!nowhere.isConnected());
-        KSImportOperation operation(std::make_shared<DBusScriptingBackend>(nowhere));
-        operation.setDelegate(m_delegate);
+        KSImportOperation operation({}, m_delegate, std::make_shared<DBusScriptingBackend>(nowhere));
         operation.main();
         QCOMPARE(m_delegate->events, QStringList {QStringLiteral("error 10005")});
         const QString text = m_delegate->errors.first().localizedDescription;
@@ -374,14 +377,12 @@ private slots:
     {
         addItem(QStringLiteral("note"), QStringLiteral("N1"), QStringLiteral("One"));
         addItem(QStringLiteral("note"), QStringLiteral("N2"), QStringLiteral("Two"));
-        m_operation = std::make_unique<KSImportOperation>(m_apps);
+        m_operation = KSImportOperationInspector::make(allOptions(), m_delegate, m_apps);
         KSImportOperation *operation = m_operation.get();
         m_apps->setCallHook([operation](const QString &call) {
             if (call.startsWith(QStringLiteral("export ")))
                 operation->cancel();
         });
-        m_operation->setDelegate(m_delegate);
-        m_operation->setImportOptions(allOptions());
         m_operation->main();
         QCOMPARE(m_delegate->events, QStringList {QStringLiteral("cancel")});
         QVERIFY(!QFileInfo::exists(exportFolder()));

@@ -1,5 +1,6 @@
 #include "FaultHarness.h"
 
+#include "KSImportOperationInspector.h"
 #include "TestConfig.h"
 #include "TestSupport.h"
 
@@ -104,12 +105,12 @@ QVariantMap allOptions()
     return options;
 }
 
-std::shared_ptr<RecordingDelegate> runWithAllOptions(KSImportOperation &operation)
+std::shared_ptr<RecordingDelegate> runWithAllOptions(std::unique_ptr<KSImportOperation> &operation,
+                                                     std::shared_ptr<ScriptingBackend> backend)
 {
     const auto delegate = std::make_shared<RecordingDelegate>();
-    operation.setDelegate(delegate);
-    operation.setImportOptions(allOptions());
-    operation.main();
+    operation = KSImportOperationInspector::make(allOptions(), delegate, std::move(backend));
+    operation->main();
     return delegate;
 }
 

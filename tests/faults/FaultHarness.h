@@ -39,8 +39,9 @@ public:
 // Every kind of item on.
 QVariantMap allOptions();
 
-// Runs `operation` on this thread with every kind on and a new recording delegate.
-std::shared_ptr<RecordingDelegate> runWithAllOptions(KSImportOperation &operation);
+// Makes `operation` with every kind on and a new recording delegate, and runs it on this thread.
+std::shared_ptr<RecordingDelegate> runWithAllOptions(std::unique_ptr<KSImportOperation> &operation,
+                                                     std::shared_ptr<ScriptingBackend> backend = nullptr);
 
 // An item of the source stand-in's manifest; `extra` adds or replaces keys.
 QJsonObject item(const QString &kind, const QString &id, const QJsonValue &name, const QJsonObject &extra = {});

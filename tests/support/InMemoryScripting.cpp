@@ -10,6 +10,7 @@
 #include <QHash>
 #include <QMutex>
 #include <QMutexLocker>
+#include <exception>
 
 namespace {
 
@@ -125,6 +126,21 @@ struct InMemoryScriptingState
 
 namespace {
 
+class AnsweredExport : public KastrelPendingExport
+{
+public:
+    QString answer() override
+    {
+        if (failure)
+            std::rethrow_exception(failure);
+        return path;
+    }
+    QString discard() override { return failure ? QString() : path; }
+
+    QString path;
+    std::exception_ptr failure;
+};
+
 class InMemoryKastrelScripting : public KastrelScripting
 {
 public:
@@ -189,6 +205,19 @@ public:
         if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(contents) != contents.size())
             InMemoryScriptingState::fail(m_identifier, QStringLiteral("cannot write %1").arg(path));
         return path;
+    }
+
+    // Done at once, as a source that works while the caller goes on would have done it by the
+    // time the answer is taken; the answer, or what the export threw, waits in the result.
+    std::unique_ptr<KastrelPendingExport> sendExport(const QStringList &items, const QString &folder) override
+    {
+        auto pending = std::make_unique<AnsweredExport>();
+        try {
+            pending->path = exportItems(items, folder);
+        } catch (...) {
+            pending->failure = std::current_exception();
+        }
+        return pending;
     }
 
     // Not a call into the application: only noted, for tests of when the engine lets go.

@@ -149,13 +149,11 @@ int benchmark(int items, const QString &work, quint32 seed, const QStringList &k
     }
 
     auto backend = std::make_shared<DBusScriptingBackend>();
-    auto operation = std::make_shared<KSImportOperation>(backend);
     auto delegate = std::make_shared<TimingDelegate>();
-    operation->setDelegate(delegate);
     QVariantMap options;
     for (const QString &key : kinds)
         options.insert(key, true);
-    operation->setImportOptions(options);
+    auto operation = std::make_shared<KSImportOperation>(options, delegate, backend);
 
     // The GUI thread's longest stall: a timer that should fire every 5 ms, and the worst gap.
     qint64 longestStall = 0;

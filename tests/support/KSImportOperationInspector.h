@@ -1,0 +1,71 @@
+// What the tests see of an export operation beyond its results: the library as it is built,
+// the state the run set up, and the stages and helpers themselves.
+//
+// Operations made with make() export as many items ahead as KI_TEST_EXPORT_WINDOW says (the
+// exporters' tests run once with the default window and once with a window of 1, which asks
+// for every export only at its item's turn).
+#pragma once
+
+#include "engine/KSImportOperation.h"
+
+#include <QtGlobal>
+
+struct KSImportOperationInspector
+{
+    // The window the tests run with.
+    static int exportWindow()
+    {
+        bool ok = false;
+        const int window = qEnvironmentVariableIntValue("KI_TEST_EXPORT_WINDOW", &ok);
+        return ok && window > 0 ? window : KSImportOperation::DefaultExportWindow;
+    }
+
+    template<typename Pointer = std::unique_ptr<KSImportOperation>>
+    static Pointer make(const QVariantMap &options = {}, std::shared_ptr<KSImportOperationDelegate> delegate = nullptr,
+                        std::shared_ptr<ScriptingBackend> backend = nullptr)
+    {
+        Pointer operation(new KSImportOperation(options, std::move(delegate), std::move(backend)));
+        operation->m_exportWindow = exportWindow();
+        return operation;
+    }
+
+    // Where the source stages the first item it exports of a kind that is staged (notes,
+    // serial numbers, passwords, PDFs), for the tests' exports into `exportFolder`.
+    static QString firstStagingFolder(const QString &exportFolder)
+    {
+        return exportFolder + (exportWindow() == 1 ? QStringLiteral("/TMP") : QStringLiteral("/TMP/1"));
+    }
+
+    static void setExportWindow(KSImportOperation &operation, int window) { operation.m_exportWindow = window; }
+
+    static const OVPlist &libraryPlist(const KSImportOperation &operation) { return operation.libraryPlist(); }
+    static void setLibraryPlist(KSImportOperation &operation, const OVPlist &library)
+    {
+        operation.m_libraryPlist = library;
+        operation.m_groupIndex.reset();
+    }
+    static const QVariantMap &importOptions(const KSImportOperation &operation) { return operation.importOptions(); }
+    static const std::shared_ptr<KSImportOperationDelegate> &delegate(const KSImportOperation &operation)
+    {
+        return operation.delegate();
+    }
+    static const std::shared_ptr<QIODevice> &logStream(const KSImportOperation &operation)
+    {
+        return operation.logStream();
+    }
+    static const std::optional<KastrelApplication> &kastrelApp(const KSImportOperation &operation)
+    {
+        return operation.kastrelApp();
+    }
+    static quint64 majorVersion(const KSImportOperation &operation) { return operation.majorVersion(); }
+
+    static OVPlist::Array groupIdentifiersForDatabaseItem(KSImportOperation &operation, const KastrelDatabaseItem &item)
+    {
+        return operation.groupIdentifiersForDatabaseItem(item);
+    }
+    static QString tagsStringForDatabaseItem(KSImportOperation &operation, const KastrelDatabaseItem &item)
+    {
+        return operation.tagsStringForDatabaseItem(item);
+    }
+    static qint64 itemTypeForPDFAtPath(const QString &path) { return KSImportOperation::itemTypeForPDFAtPath(path); }
+};
