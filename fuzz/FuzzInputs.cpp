@@ -173,7 +173,7 @@ void scriptingColor(const QByteArray &data)
 
 void libraryValidator(const QByteArray &data)
 {
-    NortavelLibraryValidator validator;
+    Standin::NortavelLibraryValidator validator;
     validator.setChecksFiles(false);
     const bool valid = validator.validate(data);
     if (valid != validator.problems().isEmpty())

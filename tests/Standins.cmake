@@ -15,3 +15,16 @@ endif()
 if(TARGET TestSampleLibrary AND TARGET KastrelStandinLibrary)
     target_link_libraries(TestSampleLibrary PRIVATE KastrelStandinLibrary)
 endif()
+if(TARGET TestStandinNamespace AND TARGET KastrelStandinLibrary)
+    target_link_libraries(TestStandinNamespace PRIVATE KastrelStandinLibrary)
+endif()
+
+# The stand-in libraries define nothing outside their Standin namespace (GNU nm's -C and
+# --defined-only read the archives).
+if(CMAKE_NM AND TARGET KastrelStandinLibrary AND TARGET NortavelStandinLibrary)
+    add_test(NAME StandinSymbolsInTheirNamespace
+             COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/scripts/check_standin_symbols.sh ${CMAKE_NM}
+                     $<TARGET_FILE:KastrelStandinCommon> $<TARGET_FILE:KastrelStandinLibrary>
+                     $<TARGET_FILE:NortavelStandinLibrary>)
+    set_tests_properties(StandinSymbolsInTheirNamespace PROPERTIES TIMEOUT 60)
+endif()

@@ -257,20 +257,20 @@ class TestNortavelStandin : public QObject
     Q_OBJECT
 
 private:
-    static bool hasProblem(const QList<NortavelLibraryProblem> &problems, const QString &table,
+    static bool hasProblem(const QList<Standin::NortavelLibraryProblem> &problems, const QString &table,
                            const QString &identifier, const QString &key)
     {
-        for (const NortavelLibraryProblem &problem : problems) {
+        for (const Standin::NortavelLibraryProblem &problem : problems) {
             if (problem.table == table && problem.identifier == identifier && problem.key == key)
                 return true;
         }
         return false;
     }
 
-    static QString describe(const QList<NortavelLibraryProblem> &problems)
+    static QString describe(const QList<Standin::NortavelLibraryProblem> &problems)
     {
         QStringList lines;
-        for (const NortavelLibraryProblem &problem : problems)
+        for (const Standin::NortavelLibraryProblem &problem : problems)
             lines << problem.toString();
         return lines.join(QLatin1Char('\n'));
     }
@@ -282,7 +282,7 @@ private slots:
     {
         QTemporaryDir folder;
         ExportFolder exportFolder(folder.filePath(QStringLiteral("Kastrel")));
-        NortavelLibraryValidator validator(exportFolder.libraryFile());
+        Standin::NortavelLibraryValidator validator(exportFolder.libraryFile());
         QVERIFY2(validator.validate(exportFolder.library()), qPrintable(describe(validator.problems())));
         // The member that was not exported is tolerated and mentioned.
         QCOMPARE(validator.warnings().size(), 1);
@@ -293,9 +293,9 @@ private slots:
     {
         QTemporaryDir folder;
         ExportFolder exportFolder(folder.filePath(QStringLiteral("Kastrel")));
-        for (const QString &table : NortavelLibraryValidator::tableNames())
+        for (const QString &table : Standin::NortavelLibraryValidator::tableNames())
             exportFolder.library()[QStringLiteral("Entities")].insert(table, OVPlist::dictionary());
-        NortavelLibraryValidator validator(exportFolder.libraryFile());
+        Standin::NortavelLibraryValidator validator(exportFolder.libraryFile());
         QVERIFY2(validator.validate(exportFolder.library()), qPrintable(describe(validator.problems())));
     }
 
@@ -488,14 +488,14 @@ private slots:
         QTemporaryDir folder;
         ExportFolder exportFolder(folder.filePath(QStringLiteral("Kastrel")));
         damage(exportFolder);
-        NortavelLibraryValidator validator(exportFolder.libraryFile());
+        Standin::NortavelLibraryValidator validator(exportFolder.libraryFile());
         QVERIFY(!validator.validate(exportFolder.library()));
         QVERIFY2(hasProblem(validator.problems(), table, identifier, key), qPrintable(describe(validator.problems())));
     }
 
     void anythingThatIsNoLibraryIsRefusedQuietly()
     {
-        NortavelLibraryValidator validator;
+        Standin::NortavelLibraryValidator validator;
         QVERIFY(!validator.validate(QByteArray("not a property list")));
         QCOMPARE(validator.problems().size(), 1);
         QVERIFY(!validator.validate(QByteArray()));
@@ -519,7 +519,7 @@ private slots:
         for (const auto format : {OVPlistSerialization::Format::Xml, OVPlistSerialization::Format::Binary}) {
             const QByteArray good = OVPlistSerialization::dataWithPropertyList(exportFolder.library(), format);
             QVERIFY(!good.isEmpty());
-            NortavelLibraryValidator validator(exportFolder.libraryFile());
+            Standin::NortavelLibraryValidator validator(exportFolder.libraryFile());
             QVERIFY(validator.validate(good));
             for (qsizetype at = 0; at < good.size(); at += 53) {
                 QVERIFY(!validator.validate(good.left(at)));

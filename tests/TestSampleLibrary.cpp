@@ -57,24 +57,24 @@ private slots:
 
     void libraryLoads()
     {
-        KastrelLibrary library;
+        Standin::KastrelLibrary library;
         QString error;
         QVERIFY2(library.load(sampleLibrary(), &error), qPrintable(error));
-        for (int kind = 0; kind < KastrelItemKindCount; ++kind)
-            QVERIFY2(library.itemsOfKind(static_cast<KastrelItemKind>(kind)).size() >= 2,
-                     qPrintable(KastrelLibrary::kindName(static_cast<KastrelItemKind>(kind))));
+        for (int kind = 0; kind < Standin::KastrelItemKindCount; ++kind)
+            QVERIFY2(library.itemsOfKind(static_cast<Standin::KastrelItemKind>(kind)).size() >= 2,
+                     qPrintable(Standin::KastrelLibrary::kindName(static_cast<Standin::KastrelItemKind>(kind))));
         QVERIFY(library.folderCollections().size() >= 3);
 
         QStringList colours;
-        for (const KastrelLabel &label : library.labels())
+        for (const Standin::KastrelLabel &label : library.labels())
             colours << label.color.section(QLatin1Char(' '), 0, 0);
         for (const char *form : {"rgb", "gray", "cmyk", "orange"})
             QVERIFY2(colours.contains(QString::fromLatin1(form)), form);
 
         bool allBehaviour = false;
         bool emptyCollection = false;
-        for (const KastrelTagCollection &collection : library.tagCollections()) {
-            allBehaviour |= collection.behavior == KastrelLibrary::fourCharCode(QStringLiteral("TgAl"));
+        for (const Standin::KastrelTagCollection &collection : library.tagCollections()) {
+            allBehaviour |= collection.behavior == Standin::KastrelLibrary::fourCharCode(QStringLiteral("TgAl"));
             emptyCollection |= collection.tags.isEmpty();
         }
         QVERIFY(allBehaviour);
@@ -85,7 +85,7 @@ private slots:
         int duplicates = 0;
         bool slashAndColon = false;
         bool nonAscii = false;
-        for (const KastrelItem &item : library.items()) {
+        for (const Standin::KastrelItem &item : library.items()) {
             if (!item.name || item.name->isEmpty()) {
                 ++unnamed;
                 continue;

@@ -7,6 +7,8 @@
 #include <QTimer>
 #include <cstdio>
 
+namespace Standin {
+
 namespace StandinBus {
 
 bool publish(QObject *object, const QString &identifier, QString *error)
@@ -74,3 +76,5 @@ int fail(const QString &text)
 }
 
 } // namespace StandinBus
+
+} // namespace Standin

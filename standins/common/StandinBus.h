@@ -6,6 +6,8 @@
 #include <QObject>
 #include <QString>
 
+namespace Standin {
+
 namespace StandinBus {
 
 // Registers `object` on path "/" with all its slots and then claims `identifier`, so that
@@ -30,3 +32,5 @@ int serve(QObject *object, const QString &identifier);
 int fail(const QString &text);
 
 } // namespace StandinBus
+
+} // namespace Standin

@@ -6,6 +6,8 @@
 #include <QFileInfo>
 #include <cstdio>
 
+namespace Standin {
+
 StandinCommandLine::StandinCommandLine(const QString &description, const QString &defaultIdentifier,
                                        QString displayName)
     : m_identifier(QStringLiteral("identifier"), QStringLiteral("Bus name and application identifier."),
@@ -64,3 +66,5 @@ bool StandinCommandLine::install(const QString &executable, const QStringList &s
                 qPrintable(StandinInstaller::serviceFilePath(dataHome, identifier())));
     return true;
 }
+
+} // namespace Standin

@@ -9,6 +9,8 @@
 #include <QStringList>
 #include <optional>
 
+namespace Standin {
+
 class StandinCommandLine
 {
 public:
@@ -43,3 +45,5 @@ private:
     QString m_displayName;
     bool m_install = false;
 };
+
+} // namespace Standin

@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <system_error>
 
+namespace Standin {
+
 namespace StandinFiles {
 
 bool copyTree(const QString &source, const QString &destination, QString *error)
@@ -43,3 +45,5 @@ bool copyTree(const QString &source, const QString &destination, QString *error)
 }
 
 } // namespace StandinFiles
+
+} // namespace Standin

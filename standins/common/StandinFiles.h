@@ -5,6 +5,8 @@
 
 #include <QString>
 
+namespace Standin {
+
 namespace StandinFiles {
 
 // Copies `source` (a file, a folder or a link) to `destination`, which must not exist.
@@ -12,3 +14,5 @@ namespace StandinFiles {
 [[nodiscard]] bool copyTree(const QString &source, const QString &destination, QString *error = nullptr);
 
 } // namespace StandinFiles
+
+} // namespace Standin

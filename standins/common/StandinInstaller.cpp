@@ -4,6 +4,8 @@
 #include <QFileInfo>
 #include <QSaveFile>
 
+namespace Standin {
+
 namespace {
 
 bool setError(QString *error, const QString &text)
@@ -180,3 +182,5 @@ bool install(const StandinInstallation &installation, const QString &dataHome, Q
 }
 
 } // namespace StandinInstaller
+
+} // namespace Standin

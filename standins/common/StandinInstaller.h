@@ -7,6 +7,8 @@
 #include <QString>
 #include <QStringList>
 
+namespace Standin {
+
 struct StandinInstallation
 {
     QString identifier; // the well-known bus name, also the desktop entry's file name
@@ -38,3 +40,5 @@ QString serviceFilePath(const QString &dataHome, const QString &identifier);
 [[nodiscard]] bool install(const StandinInstallation &installation, const QString &dataHome, QString *error = nullptr);
 
 } // namespace StandinInstaller
+
+} // namespace Standin

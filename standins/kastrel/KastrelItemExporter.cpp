@@ -6,6 +6,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+namespace Standin {
+
 namespace {
 
 // File names on Linux are at most 255 bytes.
@@ -163,3 +165,5 @@ QString exportItem(const KastrelItem &item, const QString &folder, QString *erro
 }
 
 } // namespace KastrelItemExporter
+
+} // namespace Standin

@@ -8,6 +8,8 @@
 
 #include <QString>
 
+namespace Standin {
+
 namespace KastrelItemExporter {
 
 // The absolute path written into `folder`, or an empty string when nothing was written
@@ -25,3 +27,5 @@ QString exportedText(const KastrelItem &item);
 QByteArray rtfDocumentForText(const QString &text);
 
 } // namespace KastrelItemExporter
+
+} // namespace Standin

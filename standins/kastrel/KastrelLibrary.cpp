@@ -10,6 +10,8 @@
 #include <QMultiHash>
 #include <QSet>
 
+namespace Standin {
+
 namespace {
 
 const QStringList kKindNames = {QStringLiteral("note"),      QStringLiteral("bookmark"), QStringLiteral("serialNumber"),
@@ -308,3 +310,5 @@ bool KastrelLibrary::load(const QByteArray &manifest, const QString &folder, QSt
     }
     return true;
 }
+
+} // namespace Standin

@@ -11,6 +11,8 @@
 #include <array>
 #include <optional>
 
+namespace Standin {
+
 // The seven kinds, in the order of the application's item elements.
 enum class KastrelItemKind { Note, Bookmark, SerialNumber, Password, Image, PdfArchive, WebArchive };
 inline constexpr int KastrelItemKindCount = 7;
@@ -94,3 +96,5 @@ private:
     QStringList m_tagNames;
     QHash<QString, int> m_tagIndexByName;
 };
+
+} // namespace Standin

@@ -2,6 +2,8 @@
 
 #include <numeric>
 
+namespace Standin {
+
 namespace {
 
 struct ClassPath
@@ -232,3 +234,5 @@ std::optional<uint> KastrelObjectModel::count(const KastrelObjectRef &container,
         return std::nullopt;
     return uint(indexes->second->size());
 }
+
+} // namespace Standin

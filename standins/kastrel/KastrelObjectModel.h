@@ -10,6 +10,8 @@
 #include <QVariantMap>
 #include <optional>
 
+namespace Standin {
+
 struct KastrelObjectRef
 {
     enum Class { Application, FolderCollection, TagCollection, Tag, Label, Item };
@@ -53,3 +55,5 @@ private:
     QVector<int> m_allTagCollections;
     QVector<int> m_allLabels;
 };
+
+} // namespace Standin

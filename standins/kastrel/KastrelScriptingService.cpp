@@ -10,6 +10,8 @@
 #include <QTimer>
 #include <cstdio>
 
+namespace Standin {
+
 namespace {
 
 const QString kUnknownObject = QStringLiteral("org.freedesktop.DBus.Error.UnknownObject");
@@ -142,3 +144,5 @@ QString KastrelScriptingService::Export(const QList<QDBusObjectPath> &items, con
                      qPrintable(error));
     return reply(path);
 }
+
+} // namespace Standin

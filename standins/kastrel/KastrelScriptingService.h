@@ -11,6 +11,8 @@
 #include <QObject>
 #include <QVariantMap>
 
+namespace Standin {
+
 using KastrelPropertyList = QList<QVariantMap>;
 
 class KastrelScriptingService : public QObject, protected QDBusContext
@@ -44,4 +46,6 @@ private:
     int m_replyDelay = 0;
 };
 
-Q_DECLARE_METATYPE(KastrelPropertyList)
+} // namespace Standin
+
+Q_DECLARE_METATYPE(Standin::KastrelPropertyList)

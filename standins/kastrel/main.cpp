@@ -16,8 +16,9 @@ int main(int argc, char *argv[])
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("kastrel-standin"));
 
-    StandinCommandLine commandLine(QStringLiteral("Serves a Kastrel library on the session bus."),
-                                   QStringLiteral("com.fendwick.kastrel4"), QStringLiteral("Kastrel (stand-in)"));
+    Standin::StandinCommandLine commandLine(QStringLiteral("Serves a Kastrel library on the session bus."),
+                                            QStringLiteral("com.fendwick.kastrel4"),
+                                            QStringLiteral("Kastrel (stand-in)"));
     const QCommandLineOption libraryOption(QStringLiteral("library"), QStringLiteral("Library folder."),
                                            QStringLiteral("folder"));
     const QCommandLineOption delayOption(QStringLiteral("reply-delay"),
@@ -27,14 +28,14 @@ int main(int argc, char *argv[])
     commandLine.addOption(delayOption);
     QString error;
     if (!commandLine.parse(QCoreApplication::arguments(), &error))
-        return StandinBus::fail(error);
+        return Standin::StandinBus::fail(error);
     if (!commandLine.isSet(libraryOption))
-        return StandinBus::fail(QStringLiteral("--library is required"));
+        return Standin::StandinBus::fail(QStringLiteral("--library is required"));
     const QString library = commandLine.absolutePath(libraryOption);
     bool delayOk = false;
     const int delay = commandLine.value(delayOption).toInt(&delayOk);
     if (!delayOk || delay < 0)
-        return StandinBus::fail(QStringLiteral("--reply-delay takes a number of milliseconds"));
+        return Standin::StandinBus::fail(QStringLiteral("--reply-delay takes a number of milliseconds"));
 
     if (commandLine.isInstall()) {
         QStringList arguments {QStringLiteral("--library"), library};
@@ -42,14 +43,14 @@ int main(int argc, char *argv[])
             arguments << QStringLiteral("--reply-delay") << QString::number(delay);
         return commandLine.install(QCoreApplication::applicationFilePath(), arguments, &error)
             ? 0
-            : StandinBus::fail(error);
+            : Standin::StandinBus::fail(error);
     }
 
-    KastrelLibrary kastrelLibrary;
+    Standin::KastrelLibrary kastrelLibrary;
     if (!kastrelLibrary.load(library, &error))
-        return StandinBus::fail(error);
-    KastrelScriptingService::registerTypes();
-    KastrelScriptingService service(kastrelLibrary, commandLine.version());
+        return Standin::StandinBus::fail(error);
+    Standin::KastrelScriptingService::registerTypes();
+    Standin::KastrelScriptingService service(kastrelLibrary, commandLine.version());
     service.setReplyDelay(delay);
-    return StandinBus::serve(&service, commandLine.identifier());
+    return Standin::StandinBus::serve(&service, commandLine.identifier());
 }

@@ -10,6 +10,8 @@
 #include <QJsonArray>
 #include <QUuid>
 
+namespace Standin {
+
 namespace {
 
 QJsonArray problemsToJson(const QList<NortavelLibraryProblem> &problems)
@@ -160,3 +162,5 @@ bool NortavelLibraryImporter::importLibraryFile(const QString &path)
     }
     return true;
 }
+
+} // namespace Standin

@@ -10,6 +10,8 @@
 #include <QString>
 #include <QVariantMap>
 
+namespace Standin {
+
 class NortavelLibraryImporter
 {
 public:
@@ -33,3 +35,5 @@ private:
     QString m_dataFolder;
     QJsonObject m_report;
 };
+
+} // namespace Standin

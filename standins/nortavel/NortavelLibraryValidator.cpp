@@ -8,6 +8,8 @@
 #include <QHash>
 #include <QRegularExpression>
 
+namespace Standin {
+
 namespace {
 
 constexpr int kMaximumKeptProblems = 1000;
@@ -489,3 +491,5 @@ void NortavelLibraryValidator::checkReferences(const OVPlist &entities)
         }
     }
 }
+
+} // namespace Standin

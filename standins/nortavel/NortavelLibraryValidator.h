@@ -12,6 +12,8 @@
 #include <QList>
 #include <QString>
 
+namespace Standin {
+
 struct NortavelLibraryProblem
 {
     QString table; // entity table; empty for the top level
@@ -65,3 +67,5 @@ private:
     QList<NortavelLibraryProblem> m_warnings;
     int m_omittedProblems = 0;
 };
+
+} // namespace Standin

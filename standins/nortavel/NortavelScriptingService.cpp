@@ -13,6 +13,8 @@
 #include <QSaveFile>
 #include <cstdio>
 
+namespace Standin {
+
 namespace {
 
 const QString kInvalidArgs = QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs");
@@ -111,3 +113,5 @@ void NortavelScriptingService::ingest(const QStringList &files, uint by, const Q
         std::fprintf(stderr, "nortavel3-standin: cannot write the report %s: %s\n", qPrintable(m_reportPath),
                      qPrintable(file.errorString()));
 }
+
+} // namespace Standin

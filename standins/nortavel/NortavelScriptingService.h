@@ -11,6 +11,8 @@
 #include <QVariantMap>
 #include <optional>
 
+namespace Standin {
+
 class NortavelScriptingService : public QObject, protected QDBusContext
 {
     Q_OBJECT
@@ -36,3 +38,5 @@ private:
     QString m_reportPath;
     int m_activations = 0;
 };
+
+} // namespace Standin

@@ -17,8 +17,9 @@ int main(int argc, char *argv[])
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("nortavel3-standin"));
 
-    StandinCommandLine commandLine(QStringLiteral("Receives library files to import on the session bus."),
-                                   QStringLiteral("com.orvantis.Nortavel3"), QStringLiteral("Nortavel 3 (stand-in)"));
+    Standin::StandinCommandLine commandLine(QStringLiteral("Receives library files to import on the session bus."),
+                                            QStringLiteral("com.orvantis.Nortavel3"),
+                                            QStringLiteral("Nortavel 3 (stand-in)"));
     const QCommandLineOption dataOption(QStringLiteral("data"),
                                         QStringLiteral("Data folder (default $XDG_DATA_HOME/nortavel3-standin/<id>)."),
                                         QStringLiteral("folder"));
@@ -29,7 +30,7 @@ int main(int argc, char *argv[])
     commandLine.addOption(reportOption);
     QString error;
     if (!commandLine.parse(QCoreApplication::arguments(), &error))
-        return StandinBus::fail(error);
+        return Standin::StandinBus::fail(error);
 
     if (commandLine.isInstall()) {
         QStringList arguments;
@@ -39,18 +40,18 @@ int main(int argc, char *argv[])
             arguments << QStringLiteral("--report") << commandLine.absolutePath(reportOption);
         return commandLine.install(QCoreApplication::applicationFilePath(), arguments, &error)
             ? 0
-            : StandinBus::fail(error);
+            : Standin::StandinBus::fail(error);
     }
 
     // Defaults are looked up when serving, so an installed stand-in follows the session's
     // $XDG_DATA_HOME rather than the one of whoever installed it.
     const QString dataFolder = commandLine.isSet(dataOption)
         ? commandLine.absolutePath(dataOption)
-        : QDir(StandinInstaller::defaultDataHome())
+        : QDir(Standin::StandinInstaller::defaultDataHome())
               .filePath(QStringLiteral("nortavel3-standin/") + commandLine.identifier());
     const QString reportPath = commandLine.isSet(reportOption)
         ? commandLine.absolutePath(reportOption)
         : QDir(dataFolder).filePath(QStringLiteral("import-report.json"));
-    NortavelScriptingService service(commandLine.version(), dataFolder, reportPath);
-    return StandinBus::serve(&service, commandLine.identifier());
+    Standin::NortavelScriptingService service(commandLine.version(), dataFolder, reportPath);
+    return Standin::StandinBus::serve(&service, commandLine.identifier());
 }
