@@ -1,13 +1,15 @@
 // kastrel-benchmark: the whole export of synthetic libraries through the session bus against
 // the two stand-ins, the real path, with the figures that matter printed at the end: wall
 // time, items per second, time per stage, bus round trips per item, the importer's peak
-// memory, the longest time the GUI thread was blocked, and how long `cp -a` takes to copy the
-// same content. Run it through scripts/benchmark, which gives every size a private bus, fresh
+// memory, the longest time the GUI thread was blocked, the CPU time each process (and each of
+// the importer's threads) spent over the export, and how long `cp -a` takes to copy the same
+// content. Run it through scripts/benchmark, which gives every size a private bus, fresh
 // stand-ins and a process of its own (peak memory is the process's).
 //
 //   kastrel-benchmark [--items N] [--work DIR] [--seed N] [--kinds notes,images,...]
 //   kastrel-benchmark generate --items N --seed S DIR   (used internally, in a child process)
 #include "BenchmarkLibrary.h"
+#include "CpuAccount.h"
 #include "engine/DBusScriptingBackend.h"
 #include "engine/KSImportOperation.h"
 
@@ -27,6 +29,7 @@ namespace {
 
 QTextStream out(stdout);
 const QString sourceIdentifier = QStringLiteral("com.fendwick.kastrel4");
+const QString targetIdentifier = QStringLiteral("com.orvantis.Nortavel3");
 
 qint64 peakResidentKilobytes()
 {
@@ -142,7 +145,7 @@ int benchmark(int items, const QString &work, quint32 seed, const QStringList &k
              {QStringLiteral("install"), QStringLiteral("--library"), library, QStringLiteral("--identifier"),
               sourceIdentifier, QStringLiteral("--version"), QStringLiteral("2.5")})
         || !run(binary(QStringLiteral("nortavel3-standin")),
-                {QStringLiteral("install"), QStringLiteral("--identifier"), QStringLiteral("com.orvantis.Nortavel3"),
+                {QStringLiteral("install"), QStringLiteral("--identifier"), targetIdentifier,
                  QStringLiteral("--version"), QStringLiteral("3.6"), QStringLiteral("--data"), target})) {
         out << "installing the stand-ins failed\n";
         return 1;
@@ -164,10 +167,25 @@ int benchmark(int items, const QString &work, quint32 seed, const QStringList &k
     heartbeat.setInterval(5);
     QObject::connect(&heartbeat, &QTimer::timeout, [&] { longestStall = qMax(longestStall, tick.restart() - 5); });
 
+    // The CPU time of every process the export runs in: read before it starts, and by the
+    // export thread as its last act, while it is still listed under its name and before the
+    // target goes on to copy what it was handed.
+    CpuAccount cpu;
+    cpu.addThread(QStringLiteral("export thread"), QStringLiteral("export"));
+    cpu.addThread(QStringLiteral("D-Bus thread"), QStringLiteral("QDBusConnection"));
+    cpu.addBusProcess(QStringLiteral("kastrel-standin"), sourceIdentifier);
+    cpu.addBusProcess(QStringLiteral("nortavel3-standin"), targetIdentifier);
+    cpu.addBusProcess(QStringLiteral("dbus-daemon"), QStringLiteral("org.freedesktop.DBus"));
+
     const qint64 baseMemory = currentResidentKilobytes();
     QEventLoop loop;
-    QThread *worker = QThread::create([operation] { operation->main(); });
+    QThread *worker = QThread::create([operation, &cpu] {
+        operation->main();
+        cpu.stop();
+    });
+    worker->setObjectName(QStringLiteral("export"));
     QObject::connect(worker, &QThread::finished, &loop, &QEventLoop::quit);
+    cpu.start();
     delegate->clock.start();
     tick.start();
     heartbeat.start();
@@ -248,8 +266,10 @@ int benchmark(int items, const QString &work, quint32 seed, const QStringList &k
     out << "export / copy:               " << (copyTime ? double(wall) / copyTime : 0)
         << (kinds.size() < 7 ? " (only " + kinds.join(QLatin1Char(',')) + " exported; the copy is of everything)"
                              : QString())
-        << '\n'
-        << Qt::flush;
+        << '\n';
+    out << '\n';
+    cpu.print(out, wall);
+    out << Qt::flush;
     return delegate->errors.isEmpty() && delegate->records == qint64(delegate->announced) ? 0 : 1;
 }
 
