@@ -1,10 +1,10 @@
 // The command line in-process against the applications in memory: its arguments, its
 // progress lines and errors, its exit statuses, Ctrl-C, and the --json summary.
 #include "AppTestSupport.h"
-#include "app/CommandLine.h"
-#include "app/CommandLineExport.h"
-#include "app/CommandLineOutput.h"
-#include "app/KSImportOptions.h"
+#include "cli/CommandLine.h"
+#include "cli/CommandLineExport.h"
+#include "cli/CommandLineOutput.h"
+#include "cli/KSImportOptions.h"
 #include "engine/KSImportOperation.h"
 
 #include <QBuffer>
