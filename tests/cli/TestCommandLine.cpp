@@ -1,6 +1,6 @@
 // The command line in-process against the applications in memory: its arguments, its
 // progress lines and errors, its exit statuses, Ctrl-C, and the --json summary.
-#include "AppTestSupport.h"
+#include "ExportFixtures.h"
 #include "cli/CommandLine.h"
 #include "cli/CommandLineExport.h"
 #include "cli/CommandLineOutput.h"
@@ -14,7 +14,7 @@
 #include <QtTest>
 #include <csignal>
 
-using namespace AppTestSupport;
+using namespace ExportFixtures;
 
 class TestCommandLine : public QObject
 {
