@@ -1,10 +1,10 @@
 #include "app/AppController.h"
 
 #include "app/KSApplicationTermination.h"
-#include "app/KSImportOptions.h"
 #include "app/KSImportPanel.h"
 #include "app/KSInterfaceTexts.h"
 #include "app/KSOptionsPanel.h"
+#include "cli/KSImportOptions.h"
 #include "formats/RichTextReader.h"
 #include "ui_MainWindow.h"
 

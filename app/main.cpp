@@ -1,8 +1,8 @@
 // Entry point of kastrel-importer: the command line when its arguments ask for it (with no
 // display needed), the export window otherwise.
 #include "app/AppController.h"
-#include "app/AppVersion.h"
-#include "app/CommandLine.h"
+#include "cli/AppVersion.h"
+#include "cli/CommandLine.h"
 
 #include <QApplication>
 #include <QCoreApplication>

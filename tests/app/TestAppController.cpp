@@ -2,9 +2,9 @@
 // the options sheet's copy and confirmation, and termination after every export.
 #include "AppTestSupport.h"
 #include "app/AppController.h"
-#include "app/KSImportOptions.h"
 #include "app/KSImportPanel.h"
 #include "app/KSOptionsPanel.h"
+#include "cli/KSImportOptions.h"
 #include "engine/KSImportOperation.h"
 #include "foundation/OVMainThread.h"
 

@@ -2,9 +2,9 @@
 // termination after it, cancelling, and whole runs on its worker thread against the
 // applications in memory.
 #include "AppTestSupport.h"
-#include "app/KSImportOptions.h"
 #include "app/KSImportPanel.h"
 #include "app/KSProgressIndicator.h"
+#include "cli/KSImportOptions.h"
 #include "engine/KSImportOperation.h"
 #include "foundation/OVMainThread.h"
 

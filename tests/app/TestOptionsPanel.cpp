@@ -1,8 +1,8 @@
 // The options sheet: a private copy of the options edited by its check boxes, the alert for
 // an empty choice, and the return codes of confirming and cancelling.
 #include "AppTestSupport.h"
-#include "app/KSImportOptions.h"
 #include "app/KSOptionsPanel.h"
+#include "cli/KSImportOptions.h"
 
 #include <QCheckBox>
 #include <QMainWindow>

@@ -1,4 +1,4 @@
-#include "app/CommandLineInterrupt.h"
+#include "cli/CommandLineInterrupt.h"
 
 #include "engine/KSImportOperation.h"
 

@@ -1,4 +1,4 @@
-#include "app/AppVersion.h"
+#include "cli/AppVersion.h"
 
 namespace KastrelImporter {
 

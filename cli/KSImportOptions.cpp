@@ -1,4 +1,4 @@
-#include "app/KSImportOptions.h"
+#include "cli/KSImportOptions.h"
 
 namespace KSImportOptions {
 

@@ -1,6 +1,6 @@
-#include "app/CommandLineSummary.h"
+#include "cli/CommandLineSummary.h"
 
-#include "app/CommandLineProgress.h"
+#include "cli/CommandLineProgress.h"
 #include "engine/KSExportReport.h"
 #include "engine/KSImportOperation.h"
 

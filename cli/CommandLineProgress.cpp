@@ -1,6 +1,6 @@
-#include "app/CommandLineProgress.h"
+#include "cli/CommandLineProgress.h"
 
-#include "app/CommandLineOutput.h"
+#include "cli/CommandLineOutput.h"
 #include "foundation/OVLocalization.h"
 #include "foundation/OVStringFormat.h"
 

@@ -1,8 +1,8 @@
-#include "app/CommandLine.h"
+#include "cli/CommandLine.h"
 
-#include "app/AppVersion.h"
-#include "app/CommandLineExport.h"
-#include "app/CommandLineOutput.h"
+#include "cli/AppVersion.h"
+#include "cli/CommandLineExport.h"
+#include "cli/CommandLineOutput.h"
 
 namespace CommandLine {
 

@@ -1,7 +1,8 @@
 // The export command end to end: the kastrel-importer executable against the two stand-in
 // applications serving the bundled sample library, each scenario on a session bus of its
-// own with its own data folders. Exit statuses, --only, an unknown key, Ctrl-C once and
-// twice, and the --json summary against what the Nortavel 3 stand-in really took in.
+// own with its own data folders. Exit statuses, --only, an unknown key, no display at all,
+// Ctrl-C once and twice, and the --json summary against what the Nortavel 3 stand-in really
+// took in.
 #include "TestConfig.h"
 
 #include <QDBusConnection>
@@ -60,6 +61,13 @@ public:
             m_bus.terminate();
             m_bus.waitForFinished(30000);
         }
+    }
+
+    // No display of any kind and no platform chosen, as on a server or over ssh.
+    void leaveOutTheDisplay()
+    {
+        for (const char *variable : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
+            m_environment.remove(QString::fromLatin1(variable));
     }
 
     QString dataHome() const { return QDir(m_root).filePath(QStringLiteral("data")); }
@@ -144,6 +152,7 @@ public:
         return true;
     }
 
+    QString outputText() const { return QString::fromUtf8(m_importer->readAllStandardOutput()); }
     QJsonObject summary() const { return QJsonDocument::fromJson(m_importer->readAllStandardOutput()).object(); }
 
     // The target's report, once it has finished taking the library in: a later call to the
@@ -280,6 +289,20 @@ private slots:
             QStringLiteral("unknown key \"movies\"; valid keys: "
                            "notes,bookmarks,serialNumbers,passwords,images,PDFs,webArchives")));
         QVERIFY(!QFileInfo::exists(QDir(scenario.dataHome()).filePath(QStringLiteral("Nortavel 3"))));
+    }
+
+    void commandsNeedNoDisplay()
+    {
+        START_SCENARIO(scenario, "no-display");
+        QVERIFY(scenario.installSource());
+        QVERIFY(scenario.installTarget());
+        scenario.leaveOutTheDisplay();
+        QCOMPARE(scenario.runImporter({QStringLiteral("--version")}), 0);
+        QVERIFY2(scenario.outputText().startsWith(QStringLiteral("Kastrel Importer ")),
+                 qPrintable(scenario.errorText()));
+        QCOMPARE(scenario.runImporter({QStringLiteral("export"), QStringLiteral("--only"), QStringLiteral("notes")}),
+                 0);
+        QVERIFY2(scenario.errorText().contains(QStringLiteral("Export ended.\n")), qPrintable(scenario.errorText()));
     }
 
     void interruptCancelsWithStatusTwo()

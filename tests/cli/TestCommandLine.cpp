@@ -1,10 +1,10 @@
 // The command line in-process against the applications in memory: its arguments, its
 // progress lines and errors, its exit statuses, Ctrl-C, and the --json summary.
-#include "AppTestSupport.h"
-#include "app/CommandLine.h"
-#include "app/CommandLineExport.h"
-#include "app/CommandLineOutput.h"
-#include "app/KSImportOptions.h"
+#include "ExportFixtures.h"
+#include "cli/CommandLine.h"
+#include "cli/CommandLineExport.h"
+#include "cli/CommandLineOutput.h"
+#include "cli/KSImportOptions.h"
 #include "engine/KSImportOperation.h"
 
 #include <QBuffer>
@@ -14,7 +14,7 @@
 #include <QtTest>
 #include <csignal>
 
-using namespace AppTestSupport;
+using namespace ExportFixtures;
 
 class TestCommandLine : public QObject
 {
