@@ -1,17 +1,22 @@
 #include "app/AppController.h"
 
 #include "app/KSApplicationTermination.h"
+#include "app/KSFocusStyle.h"
 #include "app/KSImportPanel.h"
 #include "app/KSInterfaceTexts.h"
+#include "app/KSNotesAppearance.h"
 #include "app/KSOptionsPanel.h"
 #include "cli/KSImportOptions.h"
 #include "formats/RichTextReader.h"
 #include "ui_MainWindow.h"
 
+#include <QEvent>
 #include <QFile>
 #include <QGuiApplication>
+#include <QKeyEvent>
 #include <QMainWindow>
 #include <QScreen>
+#include <QShortcut>
 #include <QStyle>
 #include <QTextDocument>
 #include <QtDebug>
@@ -32,11 +37,19 @@ AppController::AppController(std::shared_ptr<ScriptingBackend> backend, QObject 
     initializeResources();
     m_importOptions = KSImportOptions::allOptions(true);
 
+    KSFocusStyle::installOnDefaultStyle();
     m_ui->setupUi(m_infoWindow.get());
     KSInterfaceTexts::localize(m_infoWindow.get());
     connect(m_ui->importButton, &QPushButton::clicked, this, &AppController::import);
     connect(m_ui->optionsButton, &QPushButton::clicked, this, &AppController::showOptions);
     connect(m_ui->quitButton, &QPushButton::clicked, this, &AppController::cancel);
+
+    // Return and Escape that no button took (the notes take neither) start the export and quit.
+    m_infoWindow->installEventFilter(this);
+    // Ctrl+Q wherever the application has the keyboard, sheets included.
+    auto *quit = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q), m_infoWindow.get());
+    quit->setContext(Qt::ApplicationShortcut);
+    connect(quit, &QShortcut::activated, this, &AppController::quitUnlessExporting);
 }
 
 AppController::~AppController() = default;
@@ -57,6 +70,8 @@ void AppController::applicationWillFinishLaunching()
         else
             qWarning() << "The notes could not be read:" << error.localizedDescription;
     }
+    KSNotesAppearance::follow(notesTextView());
+    m_ui->importButton->setFocus(Qt::OtherFocusReason);
 
     QScreen *screen = m_infoWindow->screen() ? m_infoWindow->screen() : QGuiApplication::primaryScreen();
     if (screen) {
@@ -92,4 +107,34 @@ void AppController::showOptions()
 void AppController::cancel()
 {
     KSApplicationTermination::terminate();
+}
+
+bool AppController::isExporting() const
+{
+    return m_importPanel && m_importPanel->isSheetShown();
+}
+
+void AppController::quitUnlessExporting()
+{
+    // A running export is stopped with its own Cancel button, which waits for the engine.
+    if (!isExporting())
+        cancel();
+}
+
+bool AppController::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_infoWindow.get() && event->type() == QEvent::KeyPress) {
+        const auto *key = static_cast<QKeyEvent *>(event);
+        if (key->modifiers() & ~Qt::KeypadModifier)
+            return false;
+        if (key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) {
+            m_ui->importButton->click();
+            return true;
+        }
+        if (key->key() == Qt::Key_Escape) {
+            quitUnlessExporting();
+            return true;
+        }
+    }
+    return QObject::eventFilter(watched, event);
 }

@@ -46,6 +46,15 @@ public slots:
     void showOptions();
     // Terminates the application.
     void cancel();
+    // Ctrl+Q and Escape: terminates the application unless an export is running.
+    void quitUnlessExporting();
+
+public:
+    // Whether the progress sheet is up.
+    bool isExporting() const;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     std::shared_ptr<ScriptingBackend> m_backend;

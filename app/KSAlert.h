@@ -6,7 +6,9 @@
 #include <QString>
 #include <QStringList>
 #include <functional>
+#include <memory>
 
+class QMessageBox;
 class QWidget;
 
 struct KSAlert
@@ -18,6 +20,10 @@ struct KSAlert
 
     // Shows the alert application-modally and answers the index of the button pressed.
     int runModal(QWidget *parent = nullptr) const;
+
+    // The message box runModal shows, not yet shown: its buttons carry mnemonics, and it is
+    // wide enough that a sentence of an ordinary length stays on one line.
+    std::unique_ptr<QMessageBox> messageBox(QWidget *parent = nullptr) const;
 
     // Replaces the message box for every later alert; an empty handler restores it.
     using Handler = std::function<int(const KSAlert &alert)>;

@@ -94,36 +94,43 @@ void KSExportReportDialog::runModal(QWidget *parent) const
         installedHandler()(*this);
         return;
     }
+    dialog(parent)->exec();
+}
 
-    QDialog dialog(parent);
-    dialog.setWindowModality(Qt::ApplicationModal);
-    dialog.setWindowTitle(OVLocalizedString("Export ended"));
-    auto *layout = new QVBoxLayout(&dialog);
-    auto *summary = new QLabel(summaryText(), &dialog);
+std::unique_ptr<QDialog> KSExportReportDialog::dialog(QWidget *parent) const
+{
+    auto dialog = std::make_unique<QDialog>(parent);
+    dialog->setWindowModality(Qt::ApplicationModal);
+    dialog->setWindowTitle(OVLocalizedString("Export ended"));
+    auto *layout = new QVBoxLayout(dialog.get());
+    auto *summary = new QLabel(summaryText(), dialog.get());
     summary->setWordWrap(true);
     layout->addWidget(summary);
     const QStringList items = listedItems();
     if (!items.isEmpty()) {
-        auto *list = new QListWidget(&dialog);
+        auto *list = new QListWidget(dialog.get());
         list->addItems(items);
         list->setMinimumSize(520, 160);
         layout->addWidget(list);
     }
-    auto *log = new QLabel(logText(), &dialog);
+    auto *log = new QLabel(logText(), dialog.get());
     log->setWordWrap(true);
     log->setTextInteractionFlags(Qt::TextSelectableByMouse);
     layout->addWidget(log);
 
-    auto *buttons = new QDialogButtonBox(&dialog);
-    QPushButton *quit = buttons->addButton(OVLocalizedString("Quit"), QDialogButtonBox::AcceptRole);
+    auto *buttons = new QDialogButtonBox(dialog.get());
+    QPushButton *quit = buttons->addButton(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "&Quit")),
+                                           QDialogButtonBox::AcceptRole);
     quit->setDefault(true);
+    quit->setFocus(Qt::OtherFocusReason);
     if (!report.logFile.isEmpty()) {
-        QPushButton *openLog = buttons->addButton(OVLocalizedString("Open Log Folder"), QDialogButtonBox::ActionRole);
+        QPushButton *openLog = buttons->addButton(
+            OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "&Open Log Folder")), QDialogButtonBox::ActionRole);
         const QString folder = QFileInfo(report.logFile).absolutePath();
         QObject::connect(openLog, &QPushButton::clicked,
                          [folder] { QDesktopServices::openUrl(QUrl::fromLocalFile(folder)); });
     }
-    QObject::connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
+    QObject::connect(buttons, &QDialogButtonBox::accepted, dialog.get(), &QDialog::accept);
     layout->addWidget(buttons);
-    dialog.exec();
+    return dialog;
 }

@@ -10,7 +10,9 @@
 #include <QString>
 #include <QStringList>
 #include <functional>
+#include <memory>
 
+class QDialog;
 class QWidget;
 
 struct KSExportReportDialog
@@ -26,6 +28,8 @@ struct KSExportReportDialog
 
     // Shows the report application-modally until the person quits.
     void runModal(QWidget *parent = nullptr) const;
+    // The window runModal shows, not yet shown.
+    std::unique_ptr<QDialog> dialog(QWidget *parent = nullptr) const;
 
     using Handler = std::function<void(const KSExportReportDialog &report)>;
     // Replaces the window for every later report; an empty handler restores it.

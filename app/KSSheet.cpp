@@ -19,6 +19,10 @@ void KSSheet::beginSheet(QWidget *parentWindow, CompletionHandler completionHand
 void KSSheet::endSheet(int returnCode)
 {
     hide();
+    // The keyboard goes back to the window the sheet covered, as it does when a sheet ends;
+    // not every window manager gives it back by itself.
+    if (m_parentWindow && m_parentWindow->isVisible())
+        m_parentWindow->activateWindow();
     setResult(returnCode);
     // Taken out first: the handler may begin the sheet again.
     CompletionHandler handler = std::move(m_completionHandler);

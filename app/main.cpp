@@ -1,6 +1,7 @@
 // Entry point of kastrel-importer: the command line when its arguments ask for it (with no
 // display needed), the export window otherwise.
 #include "app/AppController.h"
+#include "app/KSApplicationIcon.h"
 #include "cli/AppVersion.h"
 #include "cli/CommandLine.h"
 
@@ -35,6 +36,7 @@ int main(int argc, char *argv[])
 
     QApplication application(argc, argv);
     nameApplication();
+    KSApplicationIcon::install();
     AppController controller;
     QApplication::setQuitOnLastWindowClosed(controller.applicationShouldTerminateAfterLastWindowClosed());
     controller.applicationWillFinishLaunching();

@@ -12,4 +12,9 @@ QString applicationVersion()
     return QStringLiteral(KI_PROJECT_VERSION);
 }
 
+QString desktopEntryName()
+{
+    return QStringLiteral("com.orvantis.KastrelImporter");
+}
+
 } // namespace KastrelImporter

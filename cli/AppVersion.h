@@ -6,4 +6,6 @@
 namespace KastrelImporter {
 QString applicationName();
 QString applicationVersion();
+// The desktop entry's name without ".desktop"; also the name of the installed icon.
+QString desktopEntryName();
 } // namespace KastrelImporter

@@ -3,6 +3,7 @@
 // after a failure, a cancel or a source that quits, and exports given up leave no files.
 #include "InMemoryScripting.h"
 #include "KSImportOperationInspector.h"
+#include "TestSupport.h"
 #include "engine/KSExportWindow.h"
 #include "engine/KSImportOperation.h"
 #include "engine/KastrelApplication.h"
@@ -188,7 +189,7 @@ private:
 
     Outcome run(int window, const std::function<void(KSImportOperation *)> &onRecord = {})
     {
-        QDir(qEnvironmentVariable("XDG_DATA_HOME")).removeRecursively();
+        QDir(TestSupport::isolatedFolder("XDG_DATA_HOME")).removeRecursively();
         QDir(exportFolder()).removeRecursively();
         m_apps->clearCalls();
         const auto delegate = std::make_shared<RecordingDelegate>();

@@ -3,6 +3,7 @@
 // groups, smart groups and labels, the library file, the hand-off, and the notifications.
 #include "InMemoryScripting.h"
 #include "KSImportOperationInspector.h"
+#include "TestSupport.h"
 #include "engine/KSImportOperation.h"
 #include "engine/KSLibraryRecords.h"
 #include "engine/KSScriptingException.h"
@@ -140,7 +141,7 @@ private slots:
     void init()
     {
         // Every test starts with no logs, export folders or containers left by another.
-        QDir(qEnvironmentVariable("XDG_DATA_HOME")).removeRecursively();
+        QDir(TestSupport::isolatedFolder("XDG_DATA_HOME")).removeRecursively();
         QDir(QDir::home().filePath(QStringLiteral(".var"))).removeRecursively();
         QDir(plainExportFolder()).removeRecursively();
         m_apps = std::make_shared<InMemoryScripting>();

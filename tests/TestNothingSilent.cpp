@@ -134,7 +134,7 @@ private:
 private slots:
     void init()
     {
-        QDir(qEnvironmentVariable("XDG_DATA_HOME")).removeRecursively();
+        QDir(TestSupport::isolatedFolder("XDG_DATA_HOME")).removeRecursively();
         QDir(exportFolder()).removeRecursively();
         m_apps = std::make_shared<InMemoryScripting>();
         m_apps->addNortavel(Target, QStringLiteral("3.5"));

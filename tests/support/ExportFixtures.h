@@ -4,6 +4,7 @@
 #pragma once
 
 #include "InMemoryScripting.h"
+#include "TestSupport.h"
 
 #include <QDir>
 #include <QString>
@@ -17,8 +18,8 @@ inline const QString Source = QStringLiteral("com.fendwick.kastrel4");
 // No log or export folder left by an earlier test.
 inline void removeEarlierRuns()
 {
-    QDir(qEnvironmentVariable("XDG_DATA_HOME")).removeRecursively();
-    QDir(QDir(qEnvironmentVariable("TMPDIR")).filePath(QStringLiteral("Kastrel"))).removeRecursively();
+    QDir(TestSupport::isolatedFolder("XDG_DATA_HOME")).removeRecursively();
+    QDir(QDir(TestSupport::isolatedFolder("TMPDIR")).filePath(QStringLiteral("Kastrel"))).removeRecursively();
 }
 
 // Both applications, installed and new enough; the source holds `count` images named

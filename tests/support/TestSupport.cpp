@@ -21,6 +21,14 @@ QString sharedFixturePath(const QString &relativePath)
     return QFileInfo::exists(path) ? QFileInfo(path).absoluteFilePath() : QString();
 }
 
+QString isolatedFolder(const char *variable)
+{
+    const QString folder = qEnvironmentVariable(variable);
+    if (folder.isEmpty())
+        qFatal("%s is not set: run the test through tests/run-isolated.sh", variable);
+    return folder;
+}
+
 bool writeFile(const QString &path, const QByteArray &contents)
 {
     QDir().mkpath(QFileInfo(path).absolutePath());

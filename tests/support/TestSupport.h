@@ -16,6 +16,11 @@ QString testDataPath(const QString &relativePath);
 // folder is not there (a user's checkout has no shared folder beside it).
 QString sharedFixturePath(const QString &relativePath);
 
+// The folder an environment variable of run-isolated.sh names (XDG_DATA_HOME, TMPDIR). Stops
+// the test when it is unset: the empty path would be the working directory, and tests
+// remove these folders between runs.
+QString isolatedFolder(const char *variable);
+
 // Writes `contents` to a new or emptied file at `path`, making its folder when missing.
 bool writeFile(const QString &path, const QByteArray &contents);
 // The whole file at `path`, or nothing when it cannot be read.
