@@ -2,14 +2,17 @@
 // engine's notifications (a title line, an information line and a bar), lets the person
 // cancel it, shows an error in an alert after which the application terminates, and ends
 // with 1 when the engine has ended (after the report of what arrived) or 0 when it confirms a
-// cancellation (after an alert saying so). Its window comes
+// cancellation (after an alert saying so). When an export that took a while ends while its
+// window is not the active one, a desktop notification says how it ended. Its window comes
 // from the interface file "ImportPanel".
 #pragma once
 
+#include "app/KSDesktopNotifier.h"
 #include "app/KSSheet.h"
 #include "engine/KSImportOperationDelegate.h"
 #include "engine/KSImportRunner.h"
 
+#include <QElapsedTimer>
 #include <QString>
 #include <QVariantMap>
 #include <memory>
@@ -53,6 +56,12 @@ public:
     // Returns once the worker thread has finished, serving its hand-offs to this thread.
     void waitForOperation();
 
+    // What tells a person who looked away that the export ended.
+    KSDesktopNotifier &desktopNotifier() { return m_desktopNotifier; }
+    // Whether the window the sheet is on, or a window of its own such as the sheet, is the
+    // active window.
+    bool isParentWindowActive() const;
+
 public slots:
     // Asks the engine to stop; the sheet stays until the engine confirms.
     void cancel();
@@ -81,6 +90,13 @@ private:
     // Whether anything reached the target, and where the log is: what every alert ends with.
     // (`operation` null: the sheet's own run, if any.)
     QString whatReachedTheTarget(KSImportOperation *operation) const;
+    // The account of `operation` (null: the sheet's own run; none: an empty one).
+    KSExportReport reportOf(KSImportOperation *operation) const;
+    // "Nothing was handed to Nortavel 3." or "The library was handed to Nortavel 3."
+    static QString whatWasHanded(const KSExportReport &report);
+    // At the engine's word that the run is over, before any alert or report: notifies the
+    // desktop when the person may have looked away.
+    void tellADistractedPerson(KSDesktopNotifier::Ending ending, const QString &body);
 
     std::unique_ptr<Ui::ImportPanel> m_ui;
     std::shared_ptr<ScriptingBackend> m_backend;
@@ -88,6 +104,9 @@ private:
     // The sheet's "queue": one worker thread and the operation it runs, for one run.
     KSImportRunner m_runner;
     std::shared_ptr<Forwarder> m_forwarder;
+    // Measures the run from the moment the sheet is shown.
+    QElapsedTimer m_runTimer;
+    KSDesktopNotifier m_desktopNotifier;
 
     mutable std::mutex m_messageMutex;
     QString m_titleMessage;
