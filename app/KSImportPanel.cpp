@@ -196,6 +196,7 @@ void KSImportPanel::importOperationWillStartImportingRecordsOfType(KSImportOpera
     progress->setMinValue(0.0);
     progress->setMaxValue(double(count));
     progress->setDoubleValue(0.0);
+    m_launcherProgress.setProgress(0.0);
     setTitleAndInformation(OVStringWithFormat(OVLocalizedString("Exporting %@"), {type}), QString());
 }
 
@@ -203,6 +204,9 @@ void KSImportPanel::importOperationDidImportRecordOfType(KSImportOperation *, co
 {
     KSProgressIndicator *progress = importProgress();
     progress->incrementBy(1.0);
+    if (progress->maxValue() > progress->minValue())
+        m_launcherProgress.setProgress((progress->doubleValue() - progress->minValue())
+                                       / (progress->maxValue() - progress->minValue()));
     setInformationMessage(OVStringWithFormat(OVLocalizedString("%1$.0lf of %2$.0lf records exported"),
                                              {progress->doubleValue(), progress->maxValue()}));
 }
@@ -221,6 +225,7 @@ void KSImportPanel::importOperationDidEncounterError(KSImportOperation *operatio
     // No export goes on past an error shown to the person: whatever the engine still sends
     // (its cancellation, its end) no longer reaches the sheet.
     stopFollowingOperation();
+    m_launcherProgress.hide();
     KSApplicationTermination::terminate();
 }
 
@@ -232,7 +237,7 @@ void KSImportPanel::importOperationDidCancel(KSImportOperation *operation)
     alert.informativeText = whatReachedTheTarget(operation);
     alert.buttons = QStringList {OVLocalizedString("Quit")};
     alert.runModal(this);
-    endSheet(0);
+    finishSheet(0);
 }
 
 void KSImportPanel::importOperationDidEnd(KSImportOperation *operation)
@@ -240,7 +245,13 @@ void KSImportPanel::importOperationDidEnd(KSImportOperation *operation)
     KSExportReportDialog dialog {KSExportReport::ofOperation(*operation)};
     tellADistractedPerson(KSDesktopNotifier::Ending::Ended, KSDesktopNotifier::countsText(dialog.report));
     dialog.runModal(this);
-    endSheet(1);
+    finishSheet(1);
+}
+
+void KSImportPanel::finishSheet(int returnCode)
+{
+    m_launcherProgress.hide();
+    endSheet(returnCode);
 }
 
 bool KSImportPanel::isParentWindowActive() const
@@ -260,6 +271,7 @@ void KSImportPanel::tellADistractedPerson(KSDesktopNotifier::Ending ending, cons
     if (!m_desktopNotifier.shouldNotify(duration, isParentWindowActive()))
         return;
     KSDesktopNotifier::notify(KSDesktopNotifier::summaryText(ending), body);
+    m_launcherProgress.setUrgent(true);
 }
 
 KSExportReport KSImportPanel::reportOf(KSImportOperation *operation) const

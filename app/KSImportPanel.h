@@ -2,12 +2,14 @@
 // engine's notifications (a title line, an information line and a bar), lets the person
 // cancel it, shows an error in an alert after which the application terminates, and ends
 // with 1 when the engine has ended (after the report of what arrived) or 0 when it confirms a
-// cancellation (after an alert saying so). When an export that took a while ends while its
-// window is not the active one, a desktop notification says how it ended. Its window comes
-// from the interface file "ImportPanel".
+// cancellation (after an alert saying so). While it runs, the task bar shows how far the
+// export is; when an export that took a while ends while its window is not the active one,
+// a desktop notification says how it ended. Its window comes from the interface file
+// "ImportPanel".
 #pragma once
 
 #include "app/KSDesktopNotifier.h"
+#include "app/KSLauncherProgress.h"
 #include "app/KSSheet.h"
 #include "engine/KSImportOperationDelegate.h"
 #include "engine/KSImportRunner.h"
@@ -56,8 +58,9 @@ public:
     // Returns once the worker thread has finished, serving its hand-offs to this thread.
     void waitForOperation();
 
-    // What tells a person who looked away that the export ended.
+    // What tells a person who looked away that the export ended, and the task bar's progress.
     KSDesktopNotifier &desktopNotifier() { return m_desktopNotifier; }
+    const KSLauncherProgress &launcherProgress() const { return m_launcherProgress; }
     // Whether the window the sheet is on, or a window of its own such as the sheet, is the
     // active window.
     bool isParentWindowActive() const;
@@ -95,8 +98,10 @@ private:
     // "Nothing was handed to Nortavel 3." or "The library was handed to Nortavel 3."
     static QString whatWasHanded(const KSExportReport &report);
     // At the engine's word that the run is over, before any alert or report: notifies the
-    // desktop when the person may have looked away.
+    // desktop when the person may have looked away, and marks the task bar's entry.
     void tellADistractedPerson(KSDesktopNotifier::Ending ending, const QString &body);
+    // Takes the progress off the task bar, then ends the sheet with `returnCode`.
+    void finishSheet(int returnCode);
 
     std::unique_ptr<Ui::ImportPanel> m_ui;
     std::shared_ptr<ScriptingBackend> m_backend;
@@ -107,6 +112,7 @@ private:
     // Measures the run from the moment the sheet is shown.
     QElapsedTimer m_runTimer;
     KSDesktopNotifier m_desktopNotifier;
+    KSLauncherProgress m_launcherProgress;
 
     mutable std::mutex m_messageMutex;
     QString m_titleMessage;
