@@ -10,6 +10,7 @@
 #include "foundation/OVStringFormat.h"
 #include "ui_ImportPanel.h"
 
+#include <QApplication>
 #include <QEventLoop>
 #include <QPointer>
 #include <QThread>
@@ -137,6 +138,7 @@ void KSImportPanel::showSheetOnWindow(QWidget *parentWindow, const QVariantMap &
     importProgress()->startAnimation();
     setTitleAndInformation(OVLocalizedString("Preparing..."), QString());
     beginSheet(parentWindow, std::move(completionHandler));
+    m_runTimer.start();
 
     m_forwarder = std::make_shared<Forwarder>(this);
     m_runner.start(std::make_shared<KSImportOperation>(importOptions, m_forwarder, m_backend));
@@ -194,6 +196,7 @@ void KSImportPanel::importOperationWillStartImportingRecordsOfType(KSImportOpera
     progress->setMinValue(0.0);
     progress->setMaxValue(double(count));
     progress->setDoubleValue(0.0);
+    m_launcherProgress.setProgress(0.0);
     setTitleAndInformation(OVStringWithFormat(OVLocalizedString("Exporting %@"), {type}), QString());
 }
 
@@ -201,49 +204,93 @@ void KSImportPanel::importOperationDidImportRecordOfType(KSImportOperation *, co
 {
     KSProgressIndicator *progress = importProgress();
     progress->incrementBy(1.0);
+    if (progress->maxValue() > progress->minValue())
+        m_launcherProgress.setProgress((progress->doubleValue() - progress->minValue())
+                                       / (progress->maxValue() - progress->minValue()));
     setInformationMessage(OVStringWithFormat(OVLocalizedString("%1$.0lf of %2$.0lf records exported"),
                                              {progress->doubleValue(), progress->maxValue()}));
 }
 
 void KSImportPanel::importOperationDidEncounterError(KSImportOperation *operation, const OVError &error)
 {
+    const QString errorText = error.localizedDescription.isEmpty() ? OVLocalizedString("An unknown error occurred.")
+                                                                   : error.localizedDescription;
+    tellADistractedPerson(KSDesktopNotifier::Ending::Failed,
+                          errorText + QLatin1Char('\n') + whatWasHanded(reportOf(operation)));
     KSAlert alert;
     alert.messageText = OVLocalizedString("An error occurred while exporting.");
-    alert.informativeText = error.localizedDescription.isEmpty() ? OVLocalizedString("An unknown error occurred.")
-                                                                 : error.localizedDescription;
-    alert.informativeText += QStringLiteral("\n\n") + whatReachedTheTarget(operation);
+    alert.informativeText = errorText + QStringLiteral("\n\n") + whatReachedTheTarget(operation);
     alert.buttons = QStringList {OVLocalizedString("Quit")};
     alert.runModal(this);
     // No export goes on past an error shown to the person: whatever the engine still sends
     // (its cancellation, its end) no longer reaches the sheet.
     stopFollowingOperation();
+    m_launcherProgress.hide();
     KSApplicationTermination::terminate();
 }
 
 void KSImportPanel::importOperationDidCancel(KSImportOperation *operation)
 {
+    tellADistractedPerson(KSDesktopNotifier::Ending::Cancelled, whatWasHanded(reportOf(operation)));
     KSAlert alert;
     alert.messageText = OVLocalizedString("The export was cancelled.");
     alert.informativeText = whatReachedTheTarget(operation);
     alert.buttons = QStringList {OVLocalizedString("Quit")};
     alert.runModal(this);
-    endSheet(0);
+    finishSheet(0);
 }
 
 void KSImportPanel::importOperationDidEnd(KSImportOperation *operation)
 {
     KSExportReportDialog dialog {KSExportReport::ofOperation(*operation)};
+    tellADistractedPerson(KSDesktopNotifier::Ending::Ended, KSDesktopNotifier::countsText(dialog.report));
     dialog.runModal(this);
-    endSheet(1);
+    finishSheet(1);
+}
+
+void KSImportPanel::finishSheet(int returnCode)
+{
+    m_launcherProgress.hide();
+    endSheet(returnCode);
+}
+
+bool KSImportPanel::isParentWindowActive() const
+{
+    const QWidget *window = parentWindow();
+    // The sheet and the alerts over the window are windows of their own, children of it.
+    for (const QWidget *active = QApplication::activeWindow(); window && active; active = active->parentWidget()) {
+        if (active == window)
+            return true;
+    }
+    return false;
+}
+
+void KSImportPanel::tellADistractedPerson(KSDesktopNotifier::Ending ending, const QString &body)
+{
+    const std::chrono::milliseconds duration {m_runTimer.isValid() ? m_runTimer.elapsed() : 0};
+    if (!m_desktopNotifier.shouldNotify(duration, isParentWindowActive()))
+        return;
+    KSDesktopNotifier::notify(KSDesktopNotifier::summaryText(ending), body);
+    m_launcherProgress.setUrgent(true);
+}
+
+KSExportReport KSImportPanel::reportOf(KSImportOperation *operation) const
+{
+    if (!operation)
+        operation = m_runner.operation().get();
+    return operation ? KSExportReport::ofOperation(*operation) : KSExportReport();
+}
+
+QString KSImportPanel::whatWasHanded(const KSExportReport &report)
+{
+    return report.libraryFile.isEmpty() ? OVLocalizedString("Nothing was handed to Nortavel 3.")
+                                        : OVLocalizedString("The library was handed to Nortavel 3.");
 }
 
 QString KSImportPanel::whatReachedTheTarget(KSImportOperation *operation) const
 {
-    if (!operation)
-        operation = m_runner.operation().get();
-    const KSExportReport report = operation ? KSExportReport::ofOperation(*operation) : KSExportReport();
-    const QString handed = report.libraryFile.isEmpty() ? OVLocalizedString("Nothing was handed to Nortavel 3.")
-                                                        : OVLocalizedString("The library was handed to Nortavel 3.");
+    const KSExportReport report = reportOf(operation);
+    const QString handed = whatWasHanded(report);
     if (report.logFile.isEmpty())
         return handed + QLatin1Char(' ') + OVLocalizedString("No log was written.");
     return handed + QLatin1Char(' ') + OVStringWithFormat(OVLocalizedString("The log is %@."), {report.logFile});

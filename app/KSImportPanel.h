@@ -2,14 +2,19 @@
 // engine's notifications (a title line, an information line and a bar), lets the person
 // cancel it, shows an error in an alert after which the application terminates, and ends
 // with 1 when the engine has ended (after the report of what arrived) or 0 when it confirms a
-// cancellation (after an alert saying so). Its window comes
-// from the interface file "ImportPanel".
+// cancellation (after an alert saying so). While it runs, the task bar shows how far the
+// export is; when an export that took a while ends while its window is not the active one,
+// a desktop notification says how it ended. Its window comes from the interface file
+// "ImportPanel".
 #pragma once
 
+#include "app/KSDesktopNotifier.h"
+#include "app/KSLauncherProgress.h"
 #include "app/KSSheet.h"
 #include "engine/KSImportOperationDelegate.h"
 #include "engine/KSImportRunner.h"
 
+#include <QElapsedTimer>
 #include <QString>
 #include <QVariantMap>
 #include <memory>
@@ -53,6 +58,13 @@ public:
     // Returns once the worker thread has finished, serving its hand-offs to this thread.
     void waitForOperation();
 
+    // What tells a person who looked away that the export ended, and the task bar's progress.
+    KSDesktopNotifier &desktopNotifier() { return m_desktopNotifier; }
+    const KSLauncherProgress &launcherProgress() const { return m_launcherProgress; }
+    // Whether the window the sheet is on, or a window of its own such as the sheet, is the
+    // active window.
+    bool isParentWindowActive() const;
+
 public slots:
     // Asks the engine to stop; the sheet stays until the engine confirms.
     void cancel();
@@ -81,6 +93,15 @@ private:
     // Whether anything reached the target, and where the log is: what every alert ends with.
     // (`operation` null: the sheet's own run, if any.)
     QString whatReachedTheTarget(KSImportOperation *operation) const;
+    // The account of `operation` (null: the sheet's own run; none: an empty one).
+    KSExportReport reportOf(KSImportOperation *operation) const;
+    // "Nothing was handed to Nortavel 3." or "The library was handed to Nortavel 3."
+    static QString whatWasHanded(const KSExportReport &report);
+    // At the engine's word that the run is over, before any alert or report: notifies the
+    // desktop when the person may have looked away, and marks the task bar's entry.
+    void tellADistractedPerson(KSDesktopNotifier::Ending ending, const QString &body);
+    // Takes the progress off the task bar, then ends the sheet with `returnCode`.
+    void finishSheet(int returnCode);
 
     std::unique_ptr<Ui::ImportPanel> m_ui;
     std::shared_ptr<ScriptingBackend> m_backend;
@@ -88,6 +109,10 @@ private:
     // The sheet's "queue": one worker thread and the operation it runs, for one run.
     KSImportRunner m_runner;
     std::shared_ptr<Forwarder> m_forwarder;
+    // Measures the run from the moment the sheet is shown.
+    QElapsedTimer m_runTimer;
+    KSDesktopNotifier m_desktopNotifier;
+    KSLauncherProgress m_launcherProgress;
 
     mutable std::mutex m_messageMutex;
     QString m_titleMessage;

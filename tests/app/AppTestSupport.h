@@ -1,6 +1,7 @@
 // What the window tests share: seams answered at once (alerts, termination), the fixtures
-// the command line's tests use too (ExportFixtures.h), and screenshots written into the
-// build folder for a person to look at.
+// the command line's tests use too (ExportFixtures.h), a whole run of the progress sheet with
+// the person watching or looking away, and screenshots written into the build folder for a
+// person to look at.
 #pragma once
 
 #include "ExportFixtures.h"
@@ -8,11 +9,17 @@
 #include "app/KSAlert.h"
 #include "app/KSApplicationTermination.h"
 #include "app/KSExportReportDialog.h"
+#include "app/KSImportPanel.h"
+#include "cli/KSImportOptions.h"
+#include "foundation/OVMainThread.h"
 
 #include <QDir>
 #include <QList>
+#include <QMainWindow>
 #include <QWidget>
 #include <QtTest>
+#include <chrono>
+#include <functional>
 #include <memory>
 
 namespace AppTestSupport {
@@ -56,6 +63,95 @@ public:
         KSApplicationTermination::setHandler([this] { ++count; });
     }
     ~TerminationRecorder() { KSApplicationTermination::setHandler(nullptr); }
+};
+
+// The information window a sheet goes on, shown.
+inline std::unique_ptr<QMainWindow> shownInformationWindow()
+{
+    auto window = std::make_unique<QMainWindow>();
+    window->resize(560, 460);
+    window->show();
+    return window;
+}
+
+// Both applications with two images and a note, and two items that need attention: a note
+// whose exported file is no text (it arrives as that file) and an image without a name
+// (passed over). The warning the note causes is expected.
+inline std::shared_ptr<InMemoryScripting> applicationsWithItemsNeedingAttention()
+{
+    auto applications = applicationsWithItems(2);
+    InMemoryKastrel source = applications->kastrel(Source);
+    const QString broken = source.addItem(KastrelItemKind::Note, QStringLiteral("N2"), QStringLiteral("Damaged"));
+    source.setExportFile(broken, QStringLiteral("Damaged.rtf"), QByteArray("\x89PNG\r\n\x1a\n\0\0\0", 11));
+    source.addItem(KastrelItemKind::Image, QStringLiteral("I9"), QString()); // passed over: no name
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^Cannot write note: ")));
+    return applications;
+}
+
+// Runs `action` on the main thread at the run's first call into an application, while the
+// worker waits (the double calls a copy of its hook: what it remembers is shared).
+inline void onFirstCall(InMemoryScripting &applications, std::function<void()> action)
+{
+    const auto called = std::make_shared<bool>(false);
+    applications.setCallHook([called, action](const QString &) {
+        if (*called)
+            return;
+        *called = true;
+        OVPerformOnMainThreadAndWait(action);
+    });
+}
+
+// Makes `window` the active window, as the person's click on it would.
+inline void activate(QWidget *window)
+{
+    window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(window));
+}
+
+// What a whole run of the progress sheet needs around it, one per test function: the
+// information window, a window of something else the person may turn to, alerts and reports
+// answered at once, termination counted, and the return codes the sheet ends with.
+struct SheetRun
+{
+    // Whether the person turns to another window while the export runs.
+    enum class Person { LooksAway, Stays };
+
+    std::unique_ptr<QMainWindow> window;
+    std::unique_ptr<QWidget> elsewhere;
+    AlertRecorder alerts;
+    TerminationRecorder termination;
+    QList<int> returnCodes;
+
+    SheetRun()
+    {
+        removeEarlierRuns();
+        window = shownInformationWindow();
+        elsewhere = std::make_unique<QWidget>();
+        elsewhere->resize(200, 100);
+        elsewhere->show();
+    }
+
+    // Starts a run on `applications` in a sheet that notifies runs of `minimumDuration` or
+    // longer. Once the run has begun, the person looks away (another window becomes active)
+    // or stays (the sheet is active), and `alsoOnFirstCall` runs.
+    std::unique_ptr<KSImportPanel> start(const std::shared_ptr<InMemoryScripting> &applications,
+                                         std::chrono::milliseconds minimumDuration, Person person,
+                                         std::function<void(KSImportPanel &)> alsoOnFirstCall = nullptr)
+    {
+        auto panel = std::make_unique<KSImportPanel>(window.get(), applications);
+        panel->desktopNotifier().setMinimumDuration(minimumDuration);
+        KSImportPanel *sheet = panel.get();
+        QWidget *away = elsewhere.get();
+        onFirstCall(*applications, [=] {
+            activate(person == Person::LooksAway ? away : sheet);
+            QCOMPARE(sheet->isParentWindowActive(), person == Person::Stays);
+            if (alsoOnFirstCall)
+                alsoOnFirstCall(*sheet);
+        });
+        panel->showSheetOnWindow(window.get(), KSImportOptions::allOptions(true),
+                                 [this](int returnCode) { returnCodes.append(returnCode); });
+        return panel;
+    }
 };
 
 // Writes a picture of `widget` to <build>/screenshots/<name>.png.

@@ -47,9 +47,7 @@ private slots:
     void init()
     {
         removeEarlierRuns();
-        m_window = std::make_unique<QMainWindow>();
-        m_window->resize(560, 460);
-        m_window->show();
+        m_window = shownInformationWindow();
         m_alerts = std::make_unique<AlertRecorder>();
         m_termination = std::make_unique<TerminationRecorder>();
         m_returnCodes.clear();
@@ -218,13 +216,7 @@ private slots:
 
     void endedExportShowsWhatArrivedBeforeTheSheetCloses()
     {
-        auto applications = applicationsWithItems(2);
-        InMemoryKastrel source = applications->kastrel(Source);
-        const QString broken = source.addItem(KastrelItemKind::Note, QStringLiteral("N2"), QStringLiteral("Damaged"));
-        source.setExportFile(broken, QStringLiteral("Damaged.rtf"), QByteArray("\x89PNG\r\n\x1a\n\0\0\0", 11));
-        source.addItem(KastrelItemKind::Image, QStringLiteral("I9"), QString()); // passed over: no name
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^Cannot write note: ")));
-        const auto panel = makePanel(applications);
+        const auto panel = makePanel(applicationsWithItemsNeedingAttention());
         show(*panel);
         QTRY_VERIFY_WITH_TIMEOUT(!m_returnCodes.isEmpty(), 60000);
         panel->waitForOperation();

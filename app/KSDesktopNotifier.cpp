@@ -1,0 +1,83 @@
+#include "app/KSDesktopNotifier.h"
+
+#include "cli/AppVersion.h"
+#include "foundation/OVLocalization.h"
+#include "foundation/OVStringFormat.h"
+
+#include <QDBusConnection>
+#include <QDBusError>
+#include <QDBusMessage>
+#include <QStringList>
+#include <QVariantMap>
+#include <QtDebug>
+
+namespace {
+
+const QString NotificationService = QStringLiteral("org.freedesktop.Notifications");
+const QString NotificationPath = QStringLiteral("/org/freedesktop/Notifications");
+
+// Servers that take markup in the body would read "<" and "&" as markup: those few
+// characters are written as entities, which servers without markup never see in our texts
+// unless an error message carries them.
+QString escapedForBody(QString text)
+{
+    text.replace(QLatin1Char('&'), QStringLiteral("&amp;"));
+    text.replace(QLatin1Char('<'), QStringLiteral("&lt;"));
+    text.replace(QLatin1Char('>'), QStringLiteral("&gt;"));
+    return text;
+}
+
+} // namespace
+
+QString KSDesktopNotifier::desktopEntry()
+{
+    return QStringLiteral("com.orvantis.KastrelImporter");
+}
+
+bool KSDesktopNotifier::notify(const QString &summary, const QString &body)
+{
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) {
+        qDebug("No session bus: the end of the export is not notified.");
+        return false;
+    }
+    QDBusMessage call = QDBusMessage::createMethodCall(NotificationService, NotificationPath, NotificationService,
+                                                       QStringLiteral("Notify"));
+    const QVariantMap hints {{QStringLiteral("desktop-entry"), desktopEntry()}};
+    call << KastrelImporter::applicationName() << uint(0) << desktopEntry() << summary << escapedForBody(body)
+         << QStringList() << hints << int(-1);
+    // Sent without awaiting a reply: an error (no such service) or a late answer is dropped.
+    if (!bus.send(call)) {
+        qDebug() << "The end of the export could not be notified:" << bus.lastError().message();
+        return false;
+    }
+    return true;
+}
+
+QString KSDesktopNotifier::summaryText(Ending ending)
+{
+    switch (ending) {
+    case Ending::Ended:
+        return OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Export ended"));
+    case Ending::Cancelled:
+        return OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Export cancelled"));
+    case Ending::Failed:
+        break;
+    }
+    return OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Export failed"));
+}
+
+QString KSDesktopNotifier::countsText(const KSExportReport &report)
+{
+    const QString arrived
+        = OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "%ld items reached Nortavel 3.")),
+                             {report.importedTotal});
+    const qint64 needingAttention
+        = qint64(report.missingItemCount() + report.incompleteItemCount() + report.passedOver.size());
+    if (needingAttention == 0)
+        return arrived;
+    return arrived + QLatin1Char(' ')
+        + OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter",
+                                                                 "%ld items need attention; the report lists them.")),
+                             {needingAttention});
+}
