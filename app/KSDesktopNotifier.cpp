@@ -31,7 +31,7 @@ QString escapedForBody(QString text)
 
 QString KSDesktopNotifier::desktopEntry()
 {
-    return QStringLiteral("com.orvantis.KastrelImporter");
+    return KastrelImporter::desktopEntryName();
 }
 
 bool KSDesktopNotifier::notify(const QString &summary, const QString &body)
