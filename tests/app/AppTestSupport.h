@@ -13,9 +13,11 @@
 #include "cli/KSImportOptions.h"
 #include "foundation/OVMainThread.h"
 
+#include <QColor>
 #include <QDir>
 #include <QList>
 #include <QMainWindow>
+#include <QPalette>
 #include <QWidget>
 #include <QtTest>
 #include <chrono>
@@ -153,6 +155,25 @@ struct SheetRun
         return panel;
     }
 };
+
+// A dark palette as desktops ship them. Its link colour is too dark for its background on
+// purpose: whatever shows links must lighten it.
+inline QPalette darkPalette()
+{
+    QPalette palette;
+    palette.setColor(QPalette::Window, QColor(0x31, 0x36, 0x3b));
+    palette.setColor(QPalette::WindowText, QColor(0xfc, 0xfc, 0xfc));
+    palette.setColor(QPalette::Base, QColor(0x1b, 0x1e, 0x20));
+    palette.setColor(QPalette::AlternateBase, QColor(0x23, 0x26, 0x29));
+    palette.setColor(QPalette::Text, QColor(0xfc, 0xfc, 0xfc));
+    palette.setColor(QPalette::Button, QColor(0x31, 0x36, 0x3b));
+    palette.setColor(QPalette::ButtonText, QColor(0xfc, 0xfc, 0xfc));
+    palette.setColor(QPalette::Highlight, QColor(0x3d, 0xae, 0xe9));
+    palette.setColor(QPalette::HighlightedText, QColor(0xfc, 0xfc, 0xfc));
+    palette.setColor(QPalette::Link, QColor(0x29, 0x80, 0xb9));
+    palette.setColor(QPalette::PlaceholderText, QColor(0xa1, 0xa9, 0xb1));
+    return palette;
+}
 
 // Writes a picture of `widget` to <build>/screenshots/<name>.png.
 inline void saveScreenshot(QWidget *widget, const QString &name)

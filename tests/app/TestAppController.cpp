@@ -101,7 +101,6 @@ private slots:
         const QRect screen = controller.infoWindow()->screen()->availableGeometry();
         const QPoint offset = controller.infoWindow()->geometry().center() - screen.center();
         QVERIFY2(offset.manhattanLength() <= 2, "the window is centred");
-        saveScreenshot(controller.infoWindow(), QStringLiteral("information-window"));
     }
 
     void freshLaunchExportsAllSevenKinds()

@@ -26,24 +26,6 @@ using KSReadableColors::contrastRatio;
 
 namespace {
 
-// A dark palette as desktops ship them, with the greys that made the notes unreadable.
-QPalette darkPalette()
-{
-    QPalette palette;
-    palette.setColor(QPalette::Window, QColor(0x31, 0x36, 0x3b));
-    palette.setColor(QPalette::WindowText, QColor(0xfc, 0xfc, 0xfc));
-    palette.setColor(QPalette::Base, QColor(0x1b, 0x1e, 0x20));
-    palette.setColor(QPalette::AlternateBase, QColor(0x23, 0x26, 0x29));
-    palette.setColor(QPalette::Text, QColor(0xfc, 0xfc, 0xfc));
-    palette.setColor(QPalette::Button, QColor(0x31, 0x36, 0x3b));
-    palette.setColor(QPalette::ButtonText, QColor(0xfc, 0xfc, 0xfc));
-    palette.setColor(QPalette::Highlight, QColor(0x3d, 0xae, 0xe9));
-    palette.setColor(QPalette::HighlightedText, QColor(0xfc, 0xfc, 0xfc));
-    // Too dark for the dark background on purpose: the notes must lighten it.
-    palette.setColor(QPalette::Link, QColor(0x29, 0x80, 0xb9));
-    return palette;
-}
-
 QPalette lightPalette()
 {
     QPalette palette = QApplication::style()->standardPalette();

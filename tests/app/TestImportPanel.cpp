@@ -258,10 +258,6 @@ private slots:
                 return;
             OVPerformOnMainThreadAndWait([&] {
                 titles.append(panel->titleMessage() + QStringLiteral(" / ") + panel->informationMessage());
-                if (titles.size() == 4) {
-                    panel->resize(420, 150);
-                    saveScreenshot(panel.get(), QStringLiteral("progress-sheet"));
-                }
             });
         });
         panel = makePanel(applications);

@@ -67,7 +67,6 @@ private slots:
         QCOMPARE(m_panel->parentWindow(), m_window.get());
         QVERIFY(!m_panel->checkBoxForKey(KSImportOptions::imagesKey)->isChecked());
         QVERIFY(m_panel->checkBoxForKey(KSImportOptions::notesKey)->isChecked());
-        saveScreenshot(m_panel.get(), QStringLiteral("options-sheet"));
     }
 
     void tickingStoresABooleanUnderTheKey()

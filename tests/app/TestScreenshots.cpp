@@ -1,0 +1,144 @@
+// Pictures of every window for a person to look at, written into <build>/screenshots: the
+// information window, the options sheet, the progress sheet and the end-of-export report,
+// each in a light and a dark palette. Each window is also checked to fit its contents.
+#include "AppTestSupport.h"
+#include "app/AppController.h"
+#include "app/KSApplicationIcon.h"
+#include "app/KSExportReportDialog.h"
+#include "app/KSImportPanel.h"
+#include "app/KSOptionsPanel.h"
+#include "app/KSProgressIndicator.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QDialog>
+#include <QLabel>
+#include <QMainWindow>
+#include <QStyle>
+#include <QtTest>
+
+using namespace AppTestSupport;
+
+namespace {
+
+// Every label and button shows its whole text: none is narrower than its own size hint.
+void checkNothingCutOff(QWidget *window)
+{
+    const auto buttons = window->findChildren<QAbstractButton *>();
+    for (QAbstractButton *button : buttons) {
+        if (button->isVisible())
+            QVERIFY2(button->width() >= button->sizeHint().width(), qPrintable(button->text()));
+    }
+    const auto labels = window->findChildren<QLabel *>();
+    for (QLabel *label : labels) {
+        if (label->isVisible() && !label->wordWrap())
+            QVERIFY2(label->width() >= label->sizeHint().width(), qPrintable(label->text()));
+    }
+}
+
+KSExportReport sampleReport()
+{
+    KSExportReport report;
+    report.importedByKind = {{QStringLiteral("note"), 1204},
+                             {QStringLiteral("bookmark"), 311},
+                             {QStringLiteral("image"), 87},
+                             {QStringLiteral("webPage"), 12}};
+    report.importedTotal = 1614;
+    report.passedOver.append({QStringLiteral("K-2231"), QStringLiteral("notes"), QStringLiteral("it has no name")});
+    KSImportOperation::ItemProblem problem;
+    problem.identifier = QStringLiteral("K-1187");
+    problem.name = QStringLiteral("Meeting notes 2019");
+    problem.optionKey = QStringLiteral("notes");
+    problem.kind = KSImportOperation::ItemProblemKind::OriginalFileAttached;
+    problem.reason = QStringLiteral("its text could not be read");
+    report.problems.append(problem);
+    report.logFile = QStringLiteral("/home/person/.local/share/Nortavel 3/Logs/Kastrel Export.log");
+    report.libraryFile = QStringLiteral("/var/tmp/person/Kastrel/Kastrel.nvlibxml");
+    return report;
+}
+
+} // namespace
+
+class TestScreenshots : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<AlertRecorder> m_alerts;
+    QPalette m_lightPalette;
+
+    void useLook(const QString &look)
+    {
+        QApplication::setPalette(look == QLatin1String("dark") ? darkPalette() : m_lightPalette);
+    }
+
+    static QString fileName(const QString &window, const QString &look)
+    {
+        // At a scale above 1 (QT_SCALE_FACTOR=2) the pictures say so.
+        const qreal scale = qApp->devicePixelRatio();
+        const QString suffix = scale > 1 ? QStringLiteral("-%1x").arg(scale) : QString();
+        return window + QLatin1Char('-') + look + suffix;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        m_lightPalette = QApplication::palette();
+        KSApplicationIcon::install();
+    }
+    void init() { m_alerts = std::make_unique<AlertRecorder>(); }
+    void cleanup()
+    {
+        QApplication::setPalette(m_lightPalette);
+        m_alerts.reset();
+    }
+
+    void windows_data()
+    {
+        QTest::addColumn<QString>("look");
+        QTest::newRow("light") << QStringLiteral("light");
+        QTest::newRow("dark") << QStringLiteral("dark");
+    }
+
+    void windows()
+    {
+        QFETCH(QString, look);
+        useLook(look);
+        AppController controller;
+        controller.applicationWillFinishLaunching();
+        QVERIFY(QTest::qWaitForWindowExposed(controller.infoWindow()));
+        checkNothingCutOff(controller.infoWindow());
+        saveScreenshot(controller.infoWindow(), fileName(QStringLiteral("information-window"), look));
+
+        controller.showOptions();
+        KSOptionsPanel *options = controller.optionsPanel();
+        QVERIFY(options && options->isVisible());
+        QVERIFY(QTest::qWaitForWindowExposed(options));
+        checkNothingCutOff(options);
+        saveScreenshot(options, fileName(QStringLiteral("options-sheet"), look));
+        options->cancelOptions();
+
+        // The progress sheet as it looks a while into an export.
+        KSImportPanel progress(controller.infoWindow());
+        progress.setTitleMessage(QStringLiteral("Exporting Items"));
+        progress.setInformationMessage(QStringLiteral("1234 of 5000 records exported"));
+        progress.importProgress()->setIndeterminate(false);
+        progress.importProgress()->setMaxValue(5000);
+        progress.importProgress()->setDoubleValue(1234);
+        progress.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&progress));
+        checkNothingCutOff(&progress);
+        saveScreenshot(&progress, fileName(QStringLiteral("progress-sheet"), look));
+        progress.hide();
+
+        const KSExportReportDialog report {sampleReport()};
+        const std::unique_ptr<QDialog> dialog = report.dialog(controller.infoWindow());
+        dialog->show();
+        QVERIFY(QTest::qWaitForWindowExposed(dialog.get()));
+        checkNothingCutOff(dialog.get());
+        saveScreenshot(dialog.get(), fileName(QStringLiteral("end-report"), look));
+    }
+};
+
+QTEST_MAIN(TestScreenshots)
+#include "TestScreenshots.moc"
