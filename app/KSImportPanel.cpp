@@ -135,7 +135,7 @@ void KSImportPanel::showSheetOnWindow(QWidget *parentWindow, const QVariantMap &
 
     importProgress()->setIndeterminate(true);
     importProgress()->startAnimation();
-    setTitleAndInformation(OVLocalizedString("Preparing..."), QString());
+    setTitleAndInformation(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Preparing...")), QString());
     beginSheet(parentWindow, std::move(completionHandler));
 
     m_forwarder = std::make_shared<Forwarder>(this);
@@ -160,7 +160,7 @@ void KSImportPanel::cancel()
 {
     importProgress()->setIndeterminate(false);
     importProgress()->stopAnimation();
-    setTitleAndInformation(OVLocalizedString("Cancelling..."), QString());
+    setTitleAndInformation(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Cancelling...")), QString());
     if (m_runner.operation())
         m_runner.operation()->cancel();
 }
@@ -182,7 +182,8 @@ void KSImportPanel::importOperationWillStartImportingRecordsOfType(KSImportOpera
 {
     importProgress()->setIndeterminate(true);
     importProgress()->startAnimation();
-    setTitleAndInformation(OVStringWithFormat(OVLocalizedString("Exporting %@"), {type}), QString());
+    setTitleAndInformation(
+        OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Exporting %@")), {type}), QString());
 }
 
 void KSImportPanel::importOperationWillStartImportingRecordsOfType(KSImportOperation *, quint64 count,
@@ -194,25 +195,28 @@ void KSImportPanel::importOperationWillStartImportingRecordsOfType(KSImportOpera
     progress->setMinValue(0.0);
     progress->setMaxValue(double(count));
     progress->setDoubleValue(0.0);
-    setTitleAndInformation(OVStringWithFormat(OVLocalizedString("Exporting %@"), {type}), QString());
+    setTitleAndInformation(
+        OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Exporting %@")), {type}), QString());
 }
 
 void KSImportPanel::importOperationDidImportRecordOfType(KSImportOperation *, const QString &)
 {
     KSProgressIndicator *progress = importProgress();
     progress->incrementBy(1.0);
-    setInformationMessage(OVStringWithFormat(OVLocalizedString("%1$.0lf of %2$.0lf records exported"),
-                                             {progress->doubleValue(), progress->maxValue()}));
+    setInformationMessage(OVStringWithFormat(
+        OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "%1$.0lf of %2$.0lf records exported")),
+        {progress->doubleValue(), progress->maxValue()}));
 }
 
 void KSImportPanel::importOperationDidEncounterError(KSImportOperation *operation, const OVError &error)
 {
     KSAlert alert;
-    alert.messageText = OVLocalizedString("An error occurred while exporting.");
-    alert.informativeText = error.localizedDescription.isEmpty() ? OVLocalizedString("An unknown error occurred.")
-                                                                 : error.localizedDescription;
+    alert.messageText = OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "An error occurred while exporting."));
+    alert.informativeText = error.localizedDescription.isEmpty()
+        ? OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "An unknown error occurred."))
+        : error.localizedDescription;
     alert.informativeText += QStringLiteral("\n\n") + whatReachedTheTarget(operation);
-    alert.buttons = QStringList {OVLocalizedString("Quit")};
+    alert.buttons = QStringList {OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Quit"))};
     alert.runModal(this);
     // No export goes on past an error shown to the person: whatever the engine still sends
     // (its cancellation, its end) no longer reaches the sheet.
@@ -223,9 +227,9 @@ void KSImportPanel::importOperationDidEncounterError(KSImportOperation *operatio
 void KSImportPanel::importOperationDidCancel(KSImportOperation *operation)
 {
     KSAlert alert;
-    alert.messageText = OVLocalizedString("The export was cancelled.");
+    alert.messageText = OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "The export was cancelled."));
     alert.informativeText = whatReachedTheTarget(operation);
-    alert.buttons = QStringList {OVLocalizedString("Quit")};
+    alert.buttons = QStringList {OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Quit"))};
     alert.runModal(this);
     endSheet(0);
 }
@@ -242,9 +246,13 @@ QString KSImportPanel::whatReachedTheTarget(KSImportOperation *operation) const
     if (!operation)
         operation = m_runner.operation().get();
     const KSExportReport report = operation ? KSExportReport::ofOperation(*operation) : KSExportReport();
-    const QString handed = report.libraryFile.isEmpty() ? OVLocalizedString("Nothing was handed to Nortavel 3.")
-                                                        : OVLocalizedString("The library was handed to Nortavel 3.");
+    const QString handed = report.libraryFile.isEmpty()
+        ? OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Nothing was handed to Nortavel 3."))
+        : OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "The library was handed to Nortavel 3."));
     if (report.logFile.isEmpty())
-        return handed + QLatin1Char(' ') + OVLocalizedString("No log was written.");
-    return handed + QLatin1Char(' ') + OVStringWithFormat(OVLocalizedString("The log is %@."), {report.logFile});
+        return handed + QLatin1Char(' ')
+            + OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "No log was written."));
+    return handed + QLatin1Char(' ')
+        + OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "The log is %@.")),
+                             {report.logFile});
 }
