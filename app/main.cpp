@@ -3,6 +3,7 @@
 #include "app/AppController.h"
 #include "cli/AppVersion.h"
 #include "cli/CommandLine.h"
+#include "cli/KSTranslations.h"
 
 #include <QApplication>
 #include <QCoreApplication>
@@ -30,11 +31,13 @@ int main(int argc, char *argv[])
     if (CommandLine::handles(argumentList(argc, argv))) {
         QCoreApplication application(argc, argv);
         nameApplication();
+        KSTranslations::install();
         return CommandLine::run(QCoreApplication::arguments().mid(1));
     }
 
     QApplication application(argc, argv);
     nameApplication();
+    KSTranslations::install();
     AppController controller;
     QApplication::setQuitOnLastWindowClosed(controller.applicationShouldTerminateAfterLastWindowClosed());
     controller.applicationWillFinishLaunching();
