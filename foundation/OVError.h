@@ -12,7 +12,7 @@ struct OVError
     qint64 code = 0;
     QString localizedDescription;
     // The description in English; empty when it is the localised one (a message of the system).
-    QString englishDescription;
+    QString englishDescription = {};
 
     // The description as the log and other programs read it.
     QString descriptionInEnglish() const
