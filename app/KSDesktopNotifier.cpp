@@ -69,15 +69,14 @@ QString KSDesktopNotifier::summaryText(Ending ending)
 
 QString KSDesktopNotifier::countsText(const KSExportReport &report)
 {
-    const QString arrived
-        = OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "%ld items reached Nortavel 3.")),
-                             {report.importedTotal});
+    const QString arrived = OVLocalizedCountString(
+        QT_TRANSLATE_N_NOOP("KastrelImporter", "%n items reached Nortavel 3."), report.importedTotal);
     const qint64 needingAttention
         = qint64(report.missingItemCount() + report.incompleteItemCount() + report.passedOver.size());
     if (needingAttention == 0)
         return arrived;
     return arrived + QLatin1Char(' ')
-        + OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter",
-                                                                 "%ld items need attention; the report lists them.")),
-                             {needingAttention});
+        + OVLocalizedCountString(
+               QT_TRANSLATE_N_NOOP("KastrelImporter", "%n items need attention; the report lists them."),
+               needingAttention);
 }

@@ -28,40 +28,47 @@ void KSExportReportDialog::setHandler(Handler handler)
     installedHandler() = std::move(handler);
 }
 
-QString KSExportReportDialog::pluralKindName(const QString &kindName)
+QString KSExportReportDialog::kindCountText(const QString &kindName, qint64 count)
 {
-    static const QHash<QString, const char *> names {
-        {QStringLiteral("note"), QT_TRANSLATE_NOOP("KastrelImporter", "notes")},
-        {QStringLiteral("document"), QT_TRANSLATE_NOOP("KastrelImporter", "documents")},
-        {QStringLiteral("image"), QT_TRANSLATE_NOOP("KastrelImporter", "images")},
-        {QStringLiteral("sound"), QT_TRANSLATE_NOOP("KastrelImporter", "sounds")},
-        {QStringLiteral("movie"), QT_TRANSLATE_NOOP("KastrelImporter", "movies")},
-        {QStringLiteral("bookmark"), QT_TRANSLATE_NOOP("KastrelImporter", "bookmarks")},
-        {QStringLiteral("webPage"), QT_TRANSLATE_NOOP("KastrelImporter", "web pages")},
+    static const QHash<QString, const char *> texts {
+        {QStringLiteral("note"), QT_TRANSLATE_N_NOOP("KastrelImporter", "%n notes")},
+        {QStringLiteral("document"), QT_TRANSLATE_N_NOOP("KastrelImporter", "%n documents")},
+        {QStringLiteral("image"), QT_TRANSLATE_N_NOOP("KastrelImporter", "%n images")},
+        {QStringLiteral("sound"), QT_TRANSLATE_N_NOOP("KastrelImporter", "%n sounds")},
+        {QStringLiteral("movie"), QT_TRANSLATE_N_NOOP("KastrelImporter", "%n movies")},
+        {QStringLiteral("bookmark"), QT_TRANSLATE_N_NOOP("KastrelImporter", "%n bookmarks")},
+        {QStringLiteral("webPage"), QT_TRANSLATE_N_NOOP("KastrelImporter", "%n web pages")},
     };
-    return OVLocalizedString(names.value(kindName, QT_TRANSLATE_NOOP("KastrelImporter", "other items")));
+    return OVLocalizedCountString(texts.value(kindName, QT_TRANSLATE_N_NOOP("KastrelImporter", "%n other items")),
+                                  count);
 }
 
 QString KSExportReportDialog::summaryText() const
 {
     QStringList kinds;
     for (auto count = report.importedByKind.cbegin(); count != report.importedByKind.cend(); ++count)
-        kinds.append(QStringLiteral("%1 %2").arg(count.value()).arg(pluralKindName(count.key())));
+        kinds.append(kindCountText(count.key(), count.value()));
     QString text = kinds.isEmpty()
-        ? OVStringWithFormat(OVLocalizedString("%ld items reached Nortavel 3."), {report.importedTotal})
-        : OVStringWithFormat(OVLocalizedString("%ld items reached Nortavel 3: %@."),
-                             {report.importedTotal, kinds.join(QStringLiteral(", "))});
+        ? OVLocalizedCountString(QT_TRANSLATE_N_NOOP("KastrelImporter", "%n items reached Nortavel 3."),
+                                 report.importedTotal)
+        : OVStringWithFormat(
+            OVLocalizedCountString(QT_TRANSLATE_N_NOOP("KastrelImporter", "%n items reached Nortavel 3: %@."),
+                                   report.importedTotal),
+            {kinds.join(QStringLiteral(", "))});
     if (report.missingItemCount() > 0)
         text += QLatin1Char(' ')
-            + OVStringWithFormat(OVLocalizedString("%ld items did not arrive whole; they are listed below."),
-                                 {qint64(report.missingItemCount())});
+            + OVLocalizedCountString(
+                    QT_TRANSLATE_N_NOOP("KastrelImporter", "%n items did not arrive whole; they are listed below."),
+                    qint64(report.missingItemCount()));
     if (report.incompleteItemCount() > 0)
         text += QLatin1Char(' ')
-            + OVStringWithFormat(OVLocalizedString("%ld items arrived without part of what they carry."),
-                                 {qint64(report.incompleteItemCount())});
+            + OVLocalizedCountString(
+                    QT_TRANSLATE_N_NOOP("KastrelImporter", "%n items arrived without part of what they carry."),
+                    qint64(report.incompleteItemCount()));
     if (!report.passedOver.isEmpty())
         text += QLatin1Char(' ')
-            + OVStringWithFormat(OVLocalizedString("%ld items were passed over."), {qint64(report.passedOver.size())});
+            + OVLocalizedCountString(QT_TRANSLATE_N_NOOP("KastrelImporter", "%n items were passed over."),
+                                     qint64(report.passedOver.size()));
     return text;
 }
 
@@ -73,19 +80,21 @@ QStringList KSExportReportDialog::listedItems() const
                          .arg(KSExportReport::problemKindDescription(problem.kind), problem.name, problem.reason));
     for (const KSImportOperation::SkippedItem &item : report.passedOver)
         lines.append(
-            OVStringWithFormat(OVLocalizedString("passed over: item %@ (%@)"), {item.identifier, item.reason}));
+            OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "passed over: item %@ (%@)")),
+                               {item.identifier, item.reason}));
     if (report.recordsWithUncarriableCharacters > 0)
-        lines.append(
-            OVStringWithFormat(OVLocalizedString("characters that XML cannot carry were left out of %ld records"),
-                               {report.recordsWithUncarriableCharacters}));
+        lines.append(OVLocalizedCountString(
+            QT_TRANSLATE_N_NOOP("KastrelImporter", "characters that XML cannot carry were left out of %n records"),
+            report.recordsWithUncarriableCharacters));
     return lines;
 }
 
 QString KSExportReportDialog::logText() const
 {
     if (report.logFile.isEmpty())
-        return OVLocalizedString("No log was written.");
-    return OVStringWithFormat(OVLocalizedString("The log is %@."), {report.logFile});
+        return OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "No log was written."));
+    return OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "The log is %@.")),
+                              {report.logFile});
 }
 
 void KSExportReportDialog::runModal(QWidget *parent) const
@@ -101,7 +110,7 @@ std::unique_ptr<QDialog> KSExportReportDialog::dialog(QWidget *parent) const
 {
     auto dialog = std::make_unique<QDialog>(parent);
     dialog->setWindowModality(Qt::ApplicationModal);
-    dialog->setWindowTitle(OVLocalizedString("Export ended"));
+    dialog->setWindowTitle(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Export ended")));
     auto *layout = new QVBoxLayout(dialog.get());
     auto *summary = new QLabel(summaryText(), dialog.get());
     summary->setWordWrap(true);

@@ -35,6 +35,7 @@ struct KSExportReportDialog
     // Replaces the window for every later report; an empty handler restores it.
     static void setHandler(Handler handler);
 
-    // The localised name of an item kind for counts ("notes", "web pages").
-    static QString pluralKindName(const QString &kindName);
+    // A count of items of one kind, localised in the form that fits the count ("2 notes",
+    // "1 web page" with the English catalogue).
+    static QString kindCountText(const QString &kindName, qint64 count);
 };

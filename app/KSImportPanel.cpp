@@ -136,7 +136,7 @@ void KSImportPanel::showSheetOnWindow(QWidget *parentWindow, const QVariantMap &
 
     importProgress()->setIndeterminate(true);
     importProgress()->startAnimation();
-    setTitleAndInformation(OVLocalizedString("Preparing..."), QString());
+    setTitleAndInformation(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Preparing...")), QString());
     beginSheet(parentWindow, std::move(completionHandler));
     m_runTimer.start();
 
@@ -162,7 +162,7 @@ void KSImportPanel::cancel()
 {
     importProgress()->setIndeterminate(false);
     importProgress()->stopAnimation();
-    setTitleAndInformation(OVLocalizedString("Cancelling..."), QString());
+    setTitleAndInformation(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Cancelling...")), QString());
     if (m_runner.operation())
         m_runner.operation()->cancel();
 }
@@ -184,7 +184,8 @@ void KSImportPanel::importOperationWillStartImportingRecordsOfType(KSImportOpera
 {
     importProgress()->setIndeterminate(true);
     importProgress()->startAnimation();
-    setTitleAndInformation(OVStringWithFormat(OVLocalizedString("Exporting %@"), {type}), QString());
+    setTitleAndInformation(
+        OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Exporting %@")), {type}), QString());
 }
 
 void KSImportPanel::importOperationWillStartImportingRecordsOfType(KSImportOperation *, quint64 count,
@@ -197,7 +198,8 @@ void KSImportPanel::importOperationWillStartImportingRecordsOfType(KSImportOpera
     progress->setMaxValue(double(count));
     progress->setDoubleValue(0.0);
     m_launcherProgress.setProgress(0.0);
-    setTitleAndInformation(OVStringWithFormat(OVLocalizedString("Exporting %@"), {type}), QString());
+    setTitleAndInformation(
+        OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Exporting %@")), {type}), QString());
 }
 
 void KSImportPanel::importOperationDidImportRecordOfType(KSImportOperation *, const QString &)
@@ -207,20 +209,22 @@ void KSImportPanel::importOperationDidImportRecordOfType(KSImportOperation *, co
     if (progress->maxValue() > progress->minValue())
         m_launcherProgress.setProgress((progress->doubleValue() - progress->minValue())
                                        / (progress->maxValue() - progress->minValue()));
-    setInformationMessage(OVStringWithFormat(OVLocalizedString("%1$.0lf of %2$.0lf records exported"),
-                                             {progress->doubleValue(), progress->maxValue()}));
+    setInformationMessage(OVStringWithFormat(
+        OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "%1$.0lf of %2$.0lf records exported")),
+        {progress->doubleValue(), progress->maxValue()}));
 }
 
 void KSImportPanel::importOperationDidEncounterError(KSImportOperation *operation, const OVError &error)
 {
-    const QString errorText = error.localizedDescription.isEmpty() ? OVLocalizedString("An unknown error occurred.")
-                                                                   : error.localizedDescription;
+    const QString errorText = error.localizedDescription.isEmpty()
+        ? OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "An unknown error occurred."))
+        : error.localizedDescription;
     tellADistractedPerson(KSDesktopNotifier::Ending::Failed,
                           errorText + QLatin1Char('\n') + whatWasHanded(reportOf(operation)));
     KSAlert alert;
-    alert.messageText = OVLocalizedString("An error occurred while exporting.");
+    alert.messageText = OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "An error occurred while exporting."));
     alert.informativeText = errorText + QStringLiteral("\n\n") + whatReachedTheTarget(operation);
-    alert.buttons = QStringList {OVLocalizedString("Quit")};
+    alert.buttons = QStringList {OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Quit"))};
     alert.runModal(this);
     // No export goes on past an error shown to the person: whatever the engine still sends
     // (its cancellation, its end) no longer reaches the sheet.
@@ -233,9 +237,9 @@ void KSImportPanel::importOperationDidCancel(KSImportOperation *operation)
 {
     tellADistractedPerson(KSDesktopNotifier::Ending::Cancelled, whatWasHanded(reportOf(operation)));
     KSAlert alert;
-    alert.messageText = OVLocalizedString("The export was cancelled.");
+    alert.messageText = OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "The export was cancelled."));
     alert.informativeText = whatReachedTheTarget(operation);
-    alert.buttons = QStringList {OVLocalizedString("Quit")};
+    alert.buttons = QStringList {OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Quit"))};
     alert.runModal(this);
     finishSheet(0);
 }
@@ -283,8 +287,9 @@ KSExportReport KSImportPanel::reportOf(KSImportOperation *operation) const
 
 QString KSImportPanel::whatWasHanded(const KSExportReport &report)
 {
-    return report.libraryFile.isEmpty() ? OVLocalizedString("Nothing was handed to Nortavel 3.")
-                                        : OVLocalizedString("The library was handed to Nortavel 3.");
+    return report.libraryFile.isEmpty()
+        ? OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Nothing was handed to Nortavel 3."))
+        : OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "The library was handed to Nortavel 3."));
 }
 
 QString KSImportPanel::whatReachedTheTarget(KSImportOperation *operation) const
@@ -292,6 +297,9 @@ QString KSImportPanel::whatReachedTheTarget(KSImportOperation *operation) const
     const KSExportReport report = reportOf(operation);
     const QString handed = whatWasHanded(report);
     if (report.logFile.isEmpty())
-        return handed + QLatin1Char(' ') + OVLocalizedString("No log was written.");
-    return handed + QLatin1Char(' ') + OVStringWithFormat(OVLocalizedString("The log is %@."), {report.logFile});
+        return handed + QLatin1Char(' ')
+            + OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "No log was written."));
+    return handed + QLatin1Char(' ')
+        + OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "The log is %@.")),
+                             {report.logFile});
 }

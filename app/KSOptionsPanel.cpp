@@ -75,8 +75,9 @@ void KSOptionsPanel::saveOptions()
         }
     }
     KSAlert alert;
-    alert.messageText = OVLocalizedString("No types selected!");
-    alert.informativeText = OVLocalizedString("Select at least one type of Kastrel item to import and try again.");
+    alert.messageText = OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "No types selected!"));
+    alert.informativeText = OVLocalizedString(
+        QT_TRANSLATE_NOOP("KastrelImporter", "Select at least one type of Kastrel item to import and try again."));
     alert.runModal(this);
 }
 

@@ -4,6 +4,7 @@
 #include "app/KSApplicationIcon.h"
 #include "cli/AppVersion.h"
 #include "cli/CommandLine.h"
+#include "cli/KSTranslations.h"
 
 #include <QApplication>
 #include <QCoreApplication>
@@ -31,11 +32,13 @@ int main(int argc, char *argv[])
     if (CommandLine::handles(argumentList(argc, argv))) {
         QCoreApplication application(argc, argv);
         nameApplication();
+        KSTranslations::install();
         return CommandLine::run(QCoreApplication::arguments().mid(1));
     }
 
     QApplication application(argc, argv);
     nameApplication();
+    KSTranslations::install();
     KSApplicationIcon::install();
     AppController controller;
     QApplication::setQuitOnLastWindowClosed(controller.applicationShouldTerminateAfterLastWindowClosed());

@@ -3,6 +3,7 @@
 #include "cli/AppVersion.h"
 #include "cli/CommandLineExport.h"
 #include "cli/CommandLineOutput.h"
+#include "foundation/OVLocalization.h"
 
 namespace CommandLine {
 
@@ -30,10 +31,12 @@ bool handles(const QStringList &arguments)
 
 QString usage()
 {
-    return QStringLiteral("Usage: kastrel-importer                 open the export window\n"
+    return OVLocalizedString(
+        QT_TRANSLATE_NOOP("KastrelImporter",
+                          "Usage: kastrel-importer                 open the export window\n"
                           "       kastrel-importer export [--only KEYS] [--json]\n"
                           "                                        export without a window (see export --help)\n"
-                          "       kastrel-importer --help | --version\n");
+                          "       kastrel-importer --help | --version\n"));
 }
 
 int run(const QStringList &arguments, std::shared_ptr<ScriptingBackend> backend)
@@ -50,7 +53,9 @@ int run(const QStringList &arguments, std::shared_ptr<ScriptingBackend> backend)
     }
     if (command == QLatin1String("export"))
         return CommandLineExport(std::move(backend)).run(arguments.mid(1));
-    CommandLineOutput::writeError(QStringLiteral("kastrel-importer: unknown command \"%1\"\n").arg(command));
+    CommandLineOutput::writeError(
+        OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "kastrel-importer: unknown command \"%1\"")).arg(command)
+        + QLatin1Char('\n'));
     CommandLineOutput::writeError(usage());
     return CommandLineExport::usageErrorStatus;
 }

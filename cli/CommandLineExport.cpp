@@ -33,21 +33,25 @@ QString verdict(int status, const KSExportReport &report, bool handedOff)
     switch (status) {
     case 0:
         if (report.incompleteItemCount() > 0)
-            return OVStringWithFormat(
-                OVLocalizedString(
-                    "Export ended, but %ld items arrived without part of what they carry (listed above)."),
-                {qint64(report.incompleteItemCount())});
-        return OVLocalizedString("Export ended.");
+            return OVLocalizedCountString(
+                QT_TRANSLATE_N_NOOP(
+                    "KastrelImporter",
+                    "Export ended, but %n items arrived without part of what they carry (listed above)."),
+                qint64(report.incompleteItemCount()));
+        return OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Export ended."));
     case 2:
-        return OVLocalizedString("Export cancelled. Nothing was handed to Nortavel 3.");
+        return OVLocalizedString(
+            QT_TRANSLATE_NOOP("KastrelImporter", "Export cancelled. Nothing was handed to Nortavel 3."));
     case 3:
-        return OVStringWithFormat(OVLocalizedString("Export ended, but %ld items did not arrive whole (listed above)."),
-                                  {qint64(report.missingItemCount())});
+        return OVLocalizedCountString(
+            QT_TRANSLATE_N_NOOP("KastrelImporter", "Export ended, but %n items did not arrive whole (listed above)."),
+            qint64(report.missingItemCount()));
     default:
         break;
     }
-    return handedOff ? OVLocalizedString("Export failed.")
-                     : OVLocalizedString("Export failed. Nothing was handed to Nortavel 3.");
+    return handedOff
+        ? OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Export failed."))
+        : OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Export failed. Nothing was handed to Nortavel 3."));
 }
 
 } // namespace
@@ -58,23 +62,26 @@ CommandLineExport::CommandLineExport(std::shared_ptr<ScriptingBackend> backend)
 
 QString CommandLineExport::usage()
 {
-    return QStringLiteral("Usage: kastrel-importer export [--only KEYS] [--json]\n"
-                          "\n"
-                          "Exports the Kastrel library into Nortavel 3, both reached on the D-Bus session bus.\n"
-                          "\n"
-                          "  --only KEYS  export only these kinds, comma-separated, of:\n"
-                          "               %1\n"
-                          "               (all of them by default)\n"
-                          "  --json       print a summary of the run as JSON on standard output\n"
-                          "  --help       show this help\n"
-                          "\n"
-                          "Progress and errors (\"error CODE: TEXT\") go to standard error. Ctrl-C cancels the\n"
-                          "export; a second Ctrl-C stops at once.\n"
-                          "Exit status: 0 ended with every item in Nortavel 3, 1 an error was reported (nothing\n"
-                          "was handed to Nortavel 3), 2 cancelled, 3 ended but items that should have arrived did\n"
-                          "not, or arrived as a note holding their original file (each is listed with the reason;\n"
-                          "items passed over on purpose, such as those without a name, are listed but do not count),\n"
-                          "64 wrong usage.\n")
+    return OVLocalizedString(
+               QT_TRANSLATE_NOOP(
+                   "KastrelImporter",
+                   "Usage: kastrel-importer export [--only KEYS] [--json]\n"
+                   "\n"
+                   "Exports the Kastrel library into Nortavel 3, both reached on the D-Bus session bus.\n"
+                   "\n"
+                   "  --only KEYS  export only these kinds, comma-separated, of:\n"
+                   "               %1\n"
+                   "               (all of them by default)\n"
+                   "  --json       print a summary of the run as JSON on standard output\n"
+                   "  --help       show this help\n"
+                   "\n"
+                   "Progress and errors (\"error CODE: TEXT\") go to standard error. Ctrl-C cancels the\n"
+                   "export; a second Ctrl-C stops at once.\n"
+                   "Exit status: 0 ended with every item in Nortavel 3, 1 an error was reported (nothing\n"
+                   "was handed to Nortavel 3), 2 cancelled, 3 ended but items that should have arrived did\n"
+                   "not, or arrived as a note holding their original file (each is listed with the reason;\n"
+                   "items passed over on purpose, such as those without a name, are listed but do not count),\n"
+                   "64 wrong usage.\n"))
         .arg(validKeys());
 }
 
@@ -87,8 +94,11 @@ std::optional<QVariantMap> CommandLineExport::importOptionsForKeys(const QString
         if (!options.contains(key)) {
             if (error) {
                 *error = key.isEmpty()
-                    ? QStringLiteral("--only needs at least one kind; valid keys: %1").arg(validKeys())
-                    : QStringLiteral("unknown key \"%1\"; valid keys: %2").arg(key, validKeys());
+                    ? OVLocalizedString(
+                          QT_TRANSLATE_NOOP("KastrelImporter", "--only needs at least one kind; valid keys: %1"))
+                          .arg(validKeys())
+                    : OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "unknown key \"%1\"; valid keys: %2"))
+                          .arg(key, validKeys());
             }
             return std::nullopt;
         }
@@ -114,12 +124,15 @@ int CommandLineExport::run(const QStringList &arguments)
         QString keys;
         if (argument == QLatin1String("--only")) {
             if (index + 1 >= arguments.size())
-                return usageError(QStringLiteral("--only needs a list of keys; valid keys: %1").arg(validKeys()));
+                return usageError(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter",
+                                                                      "--only needs a list of keys; valid keys: %1"))
+                                      .arg(validKeys()));
             keys = arguments.at(++index);
         } else if (argument.startsWith(QLatin1String("--only="))) {
             keys = argument.mid(7);
         } else {
-            return usageError(QStringLiteral("unknown argument \"%1\"").arg(argument));
+            return usageError(
+                OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "unknown argument \"%1\"")).arg(argument));
         }
         QString error;
         const std::optional<QVariantMap> selected = importOptionsForKeys(keys, &error);
@@ -147,7 +160,8 @@ int CommandLineExport::exportWithOptions(const QVariantMap &options, bool json)
     const int status = CommandLineSummary::exitStatus(*progress, report);
     for (const KSImportOperation::SkippedItem &item : report.passedOver)
         CommandLineOutput::writeError(
-            OVStringWithFormat(OVLocalizedString("passed over: item %@ (%@)"), {item.identifier, item.reason})
+            OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "passed over: item %@ (%@)")),
+                               {item.identifier, item.reason})
             + QLatin1Char('\n'));
     for (const KSImportOperation::ItemProblem &problem : report.problems)
         CommandLineOutput::writeError(
@@ -155,13 +169,18 @@ int CommandLineExport::exportWithOptions(const QVariantMap &options, bool json)
                 .arg(KSExportReport::problemKindDescription(problem.kind), problem.name, problem.reason));
     if (report.recordsWithUncarriableCharacters > 0)
         CommandLineOutput::writeError(
-            OVStringWithFormat(OVLocalizedString("characters that XML cannot carry were left out of %ld records"),
-                               {report.recordsWithUncarriableCharacters})
+            OVLocalizedCountString(
+                QT_TRANSLATE_N_NOOP("KastrelImporter", "characters that XML cannot carry were left out of %n records"),
+                report.recordsWithUncarriableCharacters)
             + QLatin1Char('\n'));
     if (!report.libraryFile.isEmpty())
-        CommandLineOutput::writeError(QStringLiteral("library file: %1\n").arg(report.libraryFile));
+        CommandLineOutput::writeError(
+            OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "library file: %1")).arg(report.libraryFile)
+            + QLatin1Char('\n'));
     if (!report.logFile.isEmpty())
-        CommandLineOutput::writeError(QStringLiteral("log file: %1\n").arg(report.logFile));
+        CommandLineOutput::writeError(
+            OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "log file: %1")).arg(report.logFile)
+            + QLatin1Char('\n'));
     if (json)
         CommandLineOutput::writeOutput(QString::fromUtf8(
             QJsonDocument(CommandLineSummary::summary(*operation, *progress, report)).toJson(QJsonDocument::Indented)));

@@ -13,7 +13,9 @@ constexpr int BarWidth = 30;
 
 QString recordsExportedText(double value, double maximum)
 {
-    return OVStringWithFormat(OVLocalizedString("%1$.0lf of %2$.0lf records exported"), {value, maximum});
+    return OVStringWithFormat(
+        OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "%1$.0lf of %2$.0lf records exported")),
+        {value, maximum});
 }
 
 } // namespace
@@ -69,20 +71,20 @@ void CommandLineProgress::finishCountedStage()
 
 void CommandLineProgress::cancelRequested()
 {
-    printLine(OVLocalizedString("Cancelling..."));
+    printLine(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Cancelling...")));
 }
 
 void CommandLineProgress::importOperationWillStartImportingRecordsOfType(KSImportOperation *, const QString &type)
 {
     finishCountedStage();
-    printLine(OVStringWithFormat(OVLocalizedString("Exporting %@"), {type}));
+    printLine(OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Exporting %@")), {type}));
 }
 
 void CommandLineProgress::importOperationWillStartImportingRecordsOfType(KSImportOperation *, quint64 count,
                                                                          const QString &type)
 {
     finishCountedStage();
-    printLine(OVStringWithFormat(OVLocalizedString("Exporting %@"), {type}));
+    printLine(OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Exporting %@")), {type}));
     m_inCountedStage = true;
     m_maximum = double(count);
     m_value = 0.0;
@@ -101,8 +103,9 @@ void CommandLineProgress::importOperationDidImportRecordOfType(KSImportOperation
 void CommandLineProgress::importOperationDidEncounterError(KSImportOperation *, const OVError &error)
 {
     m_errors.append(error);
-    const QString text = error.localizedDescription.isEmpty() ? OVLocalizedString("An unknown error occurred.")
-                                                              : error.localizedDescription;
+    const QString text = error.localizedDescription.isEmpty()
+        ? OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "An unknown error occurred."))
+        : error.localizedDescription;
     printLine(QStringLiteral("error %1: %2").arg(error.code).arg(text));
     if (m_liveBar && m_inCountedStage)
         drawBar();
@@ -112,7 +115,7 @@ void CommandLineProgress::importOperationDidCancel(KSImportOperation *)
 {
     finishCountedStage();
     m_engineOutcome = Outcome::Cancelled;
-    printLine(OVLocalizedString("Export cancelled."));
+    printLine(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Export cancelled.")));
 }
 
 void CommandLineProgress::importOperationDidEnd(KSImportOperation *)

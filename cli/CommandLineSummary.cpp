@@ -48,7 +48,7 @@ QJsonObject summary(const KSImportOperation &operation, const CommandLineProgres
     for (const OVError &error : progress.errors()) {
         errors.append(QJsonObject {{QStringLiteral("domain"), error.domain},
                                    {QStringLiteral("code"), error.code},
-                                   {QStringLiteral("text"), error.localizedDescription}});
+                                   {QStringLiteral("text"), error.descriptionInEnglish()}});
     }
 
     QJsonObject announced;
@@ -60,7 +60,7 @@ QJsonObject summary(const KSImportOperation &operation, const CommandLineProgres
     for (const KSImportOperation::SkippedItem &item : report.passedOver) {
         skipped.append(QJsonObject {{QStringLiteral("identifier"), item.identifier},
                                     {QStringLiteral("optionKey"), item.optionKey},
-                                    {QStringLiteral("reason"), item.reason}});
+                                    {QStringLiteral("reason"), item.englishReason}});
     }
     QJsonArray problems;
     for (const KSImportOperation::ItemProblem &problem : report.problems) {
@@ -68,7 +68,7 @@ QJsonObject summary(const KSImportOperation &operation, const CommandLineProgres
                                      {QStringLiteral("name"), problem.name},
                                      {QStringLiteral("optionKey"), problem.optionKey},
                                      {QStringLiteral("kind"), KSExportReport::problemKindName(problem.kind)},
-                                     {QStringLiteral("reason"), problem.reason}});
+                                     {QStringLiteral("reason"), problem.englishReason}});
     }
     QJsonObject exported;
     for (auto count = report.importedByKind.cbegin(); count != report.importedByKind.cend(); ++count)

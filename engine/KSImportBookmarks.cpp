@@ -30,10 +30,10 @@ bool KSImportOperation::importBookmarks()
         // script) are made into URLs as browsers do, so they are not lost.
         const QUrl url = location.isEmpty() ? QUrl() : NVWebBookmarkFile::URLWithLocation(location);
         if (!location.isEmpty() && url.isEmpty())
-            noteItemProblem(identifier, name, ItemProblemKind::Incomplete,
-                            OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP(
-                                                   "KastrelImporter", "its address \"%@\" is not a web address")),
-                                               {location}));
+            noteItemProblem(
+                identifier, name, ItemProblemKind::Incomplete,
+                OVLocalizedTextWithFormat(
+                    QT_TRANSLATE_NOOP("KastrelImporter", "its address \"%@\" is not a web address"), {location}));
         // A bookmark without a name is written too: its file name comes from its address.
         const NVWebBookmarkFile::Pointer bookmark = NVWebBookmarkFile::bookmarkWithName(name, url);
 
@@ -47,13 +47,13 @@ bool KSImportOperation::importBookmarks()
             // One bad bookmark does not stop the library: it is still recorded, and the check
             // before the hand-off lists it.
             writeLog(OVStringWithFormat(QStringLiteral("Exporting bookmark file %@ failed: %@"),
-                                        {path, error.localizedDescription}));
+                                        {path, error.descriptionInEnglish()}));
             if (stopIfOutOfSpace(folder))
                 return std::nullopt;
             noteItemProblem(identifier, name, ItemProblemKind::NotImported,
-                            OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP(
-                                                   "KastrelImporter", "its bookmark file could not be written (%@)")),
-                                               {error.localizedDescription}));
+                            OVLocalizedTextWithFormat(
+                                QT_TRANSLATE_NOOP("KastrelImporter", "its bookmark file could not be written (%@)"),
+                                {QVariant::fromValue(error.description())}));
         } else {
             setOnlyCopyOfFileDates(path, item, identifier, name);
         }

@@ -4,5 +4,5 @@
 
 OVError KSImportError(KSImportErrorCode code, const char *englishText)
 {
-    return OVError {KSImportErrorDomain, code, OVLocalizedString(englishText)};
+    return OVMakeError(KSImportErrorDomain, code, OVLocalizedText(englishText));
 }

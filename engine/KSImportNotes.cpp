@@ -87,28 +87,28 @@ void KSImportOperation::convertFileToNoteOnMainThread(const QVariantMap &request
     bool written = false;
     if (!RichTextReader::readFile(originalPath, &document, nullptr, &error)) {
         qWarning().noquote() << OVStringWithFormat(QStringLiteral("Cannot write note: %@"),
-                                                   {error.localizedDescription});
+                                                   {error.descriptionInEnglish()});
         // Text that cannot be read is still the person's data: the note holds the file itself.
-        const QString readFailure = error.localizedDescription;
+        const OVText readFailure = error.description();
         const QString name = request.value(QStringLiteral("name"), QFileInfo(originalPath).fileName()).toString();
         written = NVOriginalFileNote::write(name, originalPath, notePath, &error);
         if (written) {
             result.outcome = NoteConversion::Outcome::OriginalFileAttached;
-            result.reason = OVStringWithFormat(
-                OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "its text could not be read (%@)")),
-                {readFailure});
+            result.reason
+                = OVLocalizedTextWithFormat(QT_TRANSLATE_NOOP("KastrelImporter", "its text could not be read (%@)"),
+                                            {QVariant::fromValue(readFailure)});
         }
     } else {
         written = RTFDPackage::writeDocument(&document, notePath, {}, &error);
         if (!written)
             qWarning().noquote() << OVStringWithFormat(QStringLiteral("Cannot write note: %@"),
-                                                       {error.localizedDescription});
+                                                       {error.descriptionInEnglish()});
     }
     if (!written) {
         result.outcome = NoteConversion::Outcome::NotWritten;
-        result.reason = OVStringWithFormat(
-            OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "its note could not be written (%@)")),
-            {error.localizedDescription});
+        result.reason
+            = OVLocalizedTextWithFormat(QT_TRANSLATE_NOOP("KastrelImporter", "its note could not be written (%@)"),
+                                        {QVariant::fromValue(error.description())});
     }
     if (conversion)
         *conversion = result;

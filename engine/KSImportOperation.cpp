@@ -65,14 +65,14 @@ void KSImportOperation::main()
     // for an installation that is fine.
     const QString busProblem = m_backend->connectionProblem();
     if (!busProblem.isEmpty()) {
-        informDelegateDidEncounterError(OVError {
+        informDelegateDidEncounterError(OVMakeError(
             KSImportErrorDomain, KSTargetApplicationNotFoundError,
-            OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP(
-                                   "KastrelImporter",
-                                   "Kastrel Importer cannot reach Kastrel and Nortavel 3: there is no D-Bus session "
-                                   "bus (%@). Run it from your desktop session, or start both applications and the "
-                                   "importer under one \"dbus-run-session\".")),
-                               {busProblem})});
+            OVLocalizedTextWithFormat(
+                QT_TRANSLATE_NOOP("KastrelImporter",
+                                  "Kastrel Importer cannot reach Kastrel and Nortavel 3: there is no D-Bus session "
+                                  "bus (%@). Run it from your desktop session, or start both applications and the "
+                                  "importer under one \"dbus-run-session\"."),
+                {busProblem})));
         return;
     }
 
@@ -129,11 +129,13 @@ void KSImportOperation::main()
             informDelegateDidEnd();
     } catch (const KSScriptingException &exception) {
         writeLog(OVStringWithFormat(QStringLiteral("Scripting failure: %@"), {exception.reason()}));
-        abort = OVError {KSImportErrorDomain, KSExceptionError, describe(exception)};
+        abort = OVMakeError(KSImportErrorDomain, KSExceptionError, describe(exception));
     } catch (const std::exception &exception) {
-        abort = OVError {KSImportErrorDomain, KSExceptionError, QString::fromUtf8(exception.what())};
+        abort = OVMakeError(KSImportErrorDomain, KSExceptionError,
+                            OVText::untranslated(QString::fromUtf8(exception.what())));
     } catch (...) {
-        abort = OVError {KSImportErrorDomain, KSExceptionError, QStringLiteral("Unknown exception")};
+        abort = OVMakeError(KSImportErrorDomain, KSExceptionError,
+                            OVText::untranslated(QStringLiteral("Unknown exception")));
     }
     if (abort) {
         informDelegateDidEncounterError(*abort);
@@ -143,36 +145,33 @@ void KSImportOperation::main()
     log->close();
 }
 
-QString KSImportOperation::describe(const KSScriptingException &exception) const
+OVText KSImportOperation::describe(const KSScriptingException &exception) const
 {
     const bool fromTarget
         = exception.application() == targetIdentifier || exception.application() == sandboxedTargetIdentifier;
     const QString application = fromTarget ? QStringLiteral("Nortavel 3") : QStringLiteral("Kastrel");
-    QString what;
+    OVText what;
     switch (exception.failure()) {
     case KSScriptingException::Failure::Quit:
-        what = OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "%@ quit")), {application});
+        what = OVLocalizedTextWithFormat(QT_TRANSLATE_NOOP("KastrelImporter", "%@ quit"), {application});
         break;
     case KSScriptingException::Failure::NoAnswer:
-        what = OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "%@ stopped answering")),
-                                  {application});
+        what = OVLocalizedTextWithFormat(QT_TRANSLATE_NOOP("KastrelImporter", "%@ stopped answering"), {application});
         break;
     case KSScriptingException::Failure::Other:
-        what = OVStringWithFormat(
-            OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "%@ did not answer as expected")), {application});
+        what = OVLocalizedTextWithFormat(QT_TRANSLATE_NOOP("KastrelImporter", "%@ did not answer as expected"),
+                                         {application});
         break;
     }
     if (m_currentItemName.isEmpty())
-        return OVStringWithFormat(
-            OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter",
-                                                "%@ during the export. Nothing was handed to Nortavel 3; "
-                                                "the details are in the log.")),
-            {what});
-    return OVStringWithFormat(
-        OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter",
-                                            "%@ while \"%@\" was being exported. Nothing was handed to "
-                                            "Nortavel 3; the details are in the log.")),
-        {what, m_currentItemName});
+        return OVLocalizedTextWithFormat(QT_TRANSLATE_NOOP("KastrelImporter",
+                                                           "%@ during the export. Nothing was handed to Nortavel 3; "
+                                                           "the details are in the log."),
+                                         {QVariant::fromValue(what)});
+    return OVLocalizedTextWithFormat(QT_TRANSLATE_NOOP("KastrelImporter",
+                                                       "%@ while \"%@\" was being exported. Nothing was handed to "
+                                                       "Nortavel 3; the details are in the log."),
+                                     {QVariant::fromValue(what), m_currentItemName});
 }
 
 void KSImportOperation::removeUnusedExportFolder()

@@ -70,7 +70,9 @@ public:
     {
         QString identifier;
         QString optionKey;
+        // Why, for the person; the log and other programs read the English one.
         QString reason;
+        QString englishReason;
     };
     const QMap<QString, quint64> &announcedItemCounts() const { return m_announcedItemCounts; }
     const QList<SkippedItem> &skippedItems() const { return m_skippedItems; }
@@ -84,7 +86,9 @@ public:
         QString name;
         QString optionKey;
         ItemProblemKind kind = ItemProblemKind::NotImported;
+        // Why, for the person; the log and other programs read the English one.
         QString reason;
+        QString englishReason;
     };
     const QList<ItemProblem> &itemProblems() const { return m_itemProblems; }
     // The library file handed to the target, or a null string when none was.
@@ -173,7 +177,7 @@ private:
     struct NoteConversion
     {
         enum class Outcome { Converted, OriginalFileAttached, NotWritten } outcome = Outcome::Converted;
-        QString reason;
+        OVText reason;
     };
     // Writes the note package of a staged file: "originalPath" is read, "notePath" written.
     // Runs on the main thread. A failure leaves a line on the console; a staged file that is
@@ -225,7 +229,7 @@ private:
     static OVError itemExportError(const char *format, const QString &name);
 
     // Tells of an item that did not arrive whole: in the log, and in itemProblems().
-    void noteItemProblem(const QString &identifier, const QString &name, ItemProblemKind kind, const QString &reason);
+    void noteItemProblem(const QString &identifier, const QString &name, ItemProblemKind kind, const OVText &reason);
     // Whether a file written into `folder` failed for lack of space (a full disk, a quota, a
     // file size limit). If so, error 10002 naming the folder and the reason is reported, and
     // the run is to stop.
@@ -247,7 +251,7 @@ private:
     void removeUnusedExportFolder();
     // The error text for a failure of the connection to an application: which one, what
     // happened, and the item being exported; the bus's own words go to the log.
-    QString describe(const KSScriptingException &exception) const;
+    OVText describe(const KSScriptingException &exception) const;
     // Writes the library file and reads it back: a file the target could not parse, or that
     // names a file other than `itemFiles`, is never handed over. Reports error 10002 on failure.
     bool writeLibraryFile(const QString &libraryFile, const QSet<QString> &itemFiles);

@@ -7,11 +7,11 @@
 
 namespace {
 
-// The error's whole description as the log shows it.
+// The error's whole description as the log shows it, in English whatever the person reads.
 QString describeError(const OVError &error)
 {
     return OVStringWithFormat(QStringLiteral("Error Domain=%@ Code=%ld \"%@\""),
-                              {error.domain, error.code, error.localizedDescription});
+                              {error.domain, error.code, error.descriptionInEnglish()});
 }
 
 } // namespace

@@ -66,10 +66,10 @@ const char *problemLogFormat(KSImportOperation::ItemProblemKind kind)
 } // namespace
 
 void KSImportOperation::noteItemProblem(const QString &identifier, const QString &name, ItemProblemKind kind,
-                                        const QString &reason)
+                                        const OVText &reason)
 {
-    writeLog(OVStringWithFormat(QString::fromLatin1(problemLogFormat(kind)), {identifier, name, reason}));
-    m_itemProblems.append(ItemProblem {identifier, name, m_currentOptionKey, kind, reason});
+    writeLog(OVStringWithFormat(QString::fromLatin1(problemLogFormat(kind)), {identifier, name, reason.english}));
+    m_itemProblems.append(ItemProblem {identifier, name, m_currentOptionKey, kind, reason.localized, reason.english});
 }
 
 bool KSImportOperation::stopIfOutOfSpace(const QString &folder)
@@ -77,13 +77,13 @@ bool KSImportOperation::stopIfOutOfSpace(const QString &folder)
     QString reason;
     if (!OVDiskSpace::isOutOfSpace(folder, &reason))
         return false;
-    informDelegateDidEncounterError(OVError {
-        KSImportErrorDomain, KSExportFolderError,
-        OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter",
-                                                               "The export stopped: there is no space left in the "
-                                                               "export folder \"%@\" (%@). Free some space, then "
-                                                               "export again.")),
-                           {filesPath(), reason})});
+    informDelegateDidEncounterError(
+        OVMakeError(KSImportErrorDomain, KSExportFolderError,
+                    OVLocalizedTextWithFormat(QT_TRANSLATE_NOOP("KastrelImporter",
+                                                                "The export stopped: there is no space left in the "
+                                                                "export folder \"%@\" (%@). Free some space, then "
+                                                                "export again."),
+                                              {filesPath(), reason})));
     return true;
 }
 
@@ -110,11 +110,11 @@ QSet<QString> KSImportOperation::removeRecordsWithoutFiles()
                   return problem.identifier == identifier && problem.kind == ItemProblemKind::NotImported;
               });
         if (!listed)
-            noteItemProblem(identifier, record.value(QStringLiteral("name")).toString(QFileInfo(path).fileName()),
-                            ItemProblemKind::NotImported,
-                            OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP(
-                                                   "KastrelImporter", "its file \"%@\" is missing from the export")),
-                                               {path}));
+            noteItemProblem(
+                identifier, record.value(QStringLiteral("name")).toString(QFileInfo(path).fileName()),
+                ItemProblemKind::NotImported,
+                OVLocalizedTextWithFormat(
+                    QT_TRANSLATE_NOOP("KastrelImporter", "its file \"%@\" is missing from the export"), {path}));
     }
 
     // Every record, of every table, that loses characters on its way into the file.
@@ -138,32 +138,33 @@ QSet<QString> KSImportOperation::removeRecordsWithoutFiles()
 bool KSImportOperation::writeLibraryFile(const QString &libraryFile, const QSet<QString> &itemFiles)
 {
     const QString folder = QFileInfo(libraryFile).absolutePath();
-    QString problem;
+    // Why the file is not as it should be: the log shows the English side.
+    OVText problem;
     {
         // Written in place: the folder is ours and the target reads the file only after this.
         QFile file(libraryFile);
         OVError error;
         if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-            problem = file.errorString();
+            problem = OVText::untranslated(file.errorString());
         else if (!OVPlistSerialization::writePropertyList(libraryPlist(), &file, OVPlistSerialization::Format::Xml,
                                                           &error))
-            problem = error.localizedDescription;
+            problem = error.description();
         else if (!file.flush() || file.error() != QFileDevice::NoError)
-            problem = file.errorString();
-        if (!problem.isEmpty())
-            writeLog(OVStringWithFormat(QStringLiteral("Unable to write %@: %@"), {libraryFile, problem}));
+            problem = OVText::untranslated(file.errorString());
+        if (!problem.english.isEmpty())
+            writeLog(OVStringWithFormat(QStringLiteral("Unable to write %@: %@"), {libraryFile, problem.english}));
     }
 
-    if (problem.isEmpty()) {
+    if (problem.english.isEmpty()) {
         // Read back as the target will: a strict XML reading, and every file it names one of
         // those found there just before.
         QFile file(libraryFile);
         if (!file.open(QIODevice::ReadOnly)) {
-            problem = file.errorString();
+            problem = OVText::untranslated(file.errorString());
         } else {
             QXmlStreamReader reader(&file);
             bool nextIsFile = false;
-            while (!reader.atEnd() && problem.isEmpty()) {
+            while (!reader.atEnd() && problem.english.isEmpty()) {
                 if (reader.readNext() != QXmlStreamReader::StartElement)
                     continue;
                 if (reader.name() == QLatin1String("key")) {
@@ -171,27 +172,28 @@ bool KSImportOperation::writeLibraryFile(const QString &libraryFile, const QSet<
                 } else if (nextIsFile && reader.name() == QLatin1String("string")) {
                     const QString path = reader.readElementText();
                     if (!itemFiles.contains(path))
-                        problem = OVStringWithFormat(QStringLiteral("it names %@, which is not there"), {path});
+                        problem = OVText::untranslated(
+                            OVStringWithFormat(QStringLiteral("it names %@, which is not there"), {path}));
                     nextIsFile = false;
                 }
             }
-            if (problem.isEmpty() && reader.hasError())
-                problem = OVStringWithFormat(QStringLiteral("line %ld: %@"),
-                                             {qint64(reader.lineNumber()), reader.errorString()});
+            if (problem.english.isEmpty() && reader.hasError())
+                problem = OVText::untranslated(OVStringWithFormat(QStringLiteral("line %ld: %@"),
+                                                                  {qint64(reader.lineNumber()), reader.errorString()}));
         }
-        if (!problem.isEmpty())
+        if (!problem.english.isEmpty())
             writeLog(OVStringWithFormat(QStringLiteral("The library file %@ does not read back: %@"),
-                                        {libraryFile, problem}));
+                                        {libraryFile, problem.english}));
     }
 
-    if (problem.isEmpty())
+    if (problem.english.isEmpty())
         return true;
     if (!stopIfOutOfSpace(folder))
-        informDelegateDidEncounterError(OVError {
-            KSImportErrorDomain, KSExportFolderError,
-            OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter",
-                                                                   "The library file \"%@\" could not be written in "
-                                                                   "full (%@). Nothing was handed to Nortavel 3.")),
-                               {libraryFile, problem})});
+        informDelegateDidEncounterError(
+            OVMakeError(KSImportErrorDomain, KSExportFolderError,
+                        OVLocalizedTextWithFormat(QT_TRANSLATE_NOOP("KastrelImporter",
+                                                                    "The library file \"%@\" could not be written in "
+                                                                    "full (%@). Nothing was handed to Nortavel 3."),
+                                                  {libraryFile, QVariant::fromValue(problem)})));
     return false;
 }

@@ -94,7 +94,8 @@ void KSImportOperation::skipItemWithoutName(const KastrelDatabaseItem &item)
     const QString identifier = item.id();
     writeLog(OVStringWithFormat(QStringLiteral("Skipping item with identifier %@ because it doesn't have a name."),
                                 {identifier}));
-    m_skippedItems.append(SkippedItem {identifier, m_currentOptionKey, QStringLiteral("it has no name")});
+    const OVText reason = OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter", "it has no name"));
+    m_skippedItems.append(SkippedItem {identifier, m_currentOptionKey, reason.localized, reason.english});
     item.release();
     informDelegateDidImportRecordOfType(QString(QLatin1String("")));
 }
@@ -143,7 +144,7 @@ void KSImportOperation::setOnlyCopyOfFileDates(const QString &path, const Kastre
 {
     if (!setFileDates(path, item))
         noteItemProblem(identifier, name, ItemProblemKind::Incomplete,
-                        OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "its dates could not be set")));
+                        OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter", "its dates could not be set")));
 }
 
 OVPlist KSImportOperation::itemRecord(qint64 type, const QString &identifier, const QString &path,
@@ -173,5 +174,5 @@ void KSImportOperation::insertNameAndDates(OVPlist &record, const QString &fileN
 
 OVError KSImportOperation::itemExportError(const char *format, const QString &name)
 {
-    return OVError {KSImportErrorDomain, KSItemExportError, OVStringWithFormat(OVLocalizedString(format), {name})};
+    return OVMakeError(KSImportErrorDomain, KSItemExportError, OVLocalizedTextWithFormat(format, {name}));
 }

@@ -182,7 +182,8 @@ bool NVWebBookmarkFile::writeBookmarkFiles(const QList<Pointer> &bookmarks, QMim
         if (title.isNull()) {
             // Checked before anything is written, so a refused list leaves the clipboard as it was.
             OVSetError(error, QLatin1String(invalidArgumentErrorDomain), nameMissingError,
-                       OVLocalizedString("A bookmark without a name cannot be put on the clipboard."));
+                       OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter",
+                                                         "A bookmark without a name cannot be put on the clipboard.")));
             return false;
         }
         const QString address = addressOrPlaceholder(*bookmark);

@@ -55,7 +55,7 @@ namespace NVColorCoding {
 void encodeColor(OVKeyedArchiver &coder, const QColor &color, ColorSpace space)
 {
     if (!color.isValid()) {
-        coder.failWithError(QStringLiteral("An invalid colour cannot be archived."));
+        coder.failWithError(OVText::untranslated(QStringLiteral("An invalid colour cannot be archived.")));
         return;
     }
     QList<double> values;

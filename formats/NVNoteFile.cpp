@@ -80,7 +80,7 @@ QString NVNoteFile::oldWelcomeNotePath()
 
 QString NVNoteFile::nameOfNewNote()
 {
-    return OVLocalizedString("New Note");
+    return OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "New Note"));
 }
 
 std::unique_ptr<NVNoteFile> NVNoteFile::noteFileWithFileURL(const QUrl &url, OVError *error)

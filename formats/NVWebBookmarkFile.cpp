@@ -206,7 +206,8 @@ void setWriteError(OVError *error, const QFile &file)
     else if (!QFileInfo(QFileInfo(file.fileName()).path()).isDir())
         code = 4; // no such folder
     OVSetError(error, OVPlistSerialization::errorDomain(), code,
-               OVLocalizedString("The bookmark file could not be written.") + QLatin1Char(' ') + file.errorString());
+               OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter", "The bookmark file could not be written."))
+                   + OVText::untranslated(QLatin1Char(' ') + file.errorString()));
 }
 
 } // namespace
@@ -486,7 +487,7 @@ bool NVWebBookmarkFile::writeToDevice(QIODevice *device, OVError *error) const
         return false;
     if (!device || !device->isWritable() || device->write(bytes) != bytes.size()) {
         OVSetError(error, OVPlistSerialization::errorDomain(), OVPlistSerialization::FileWriteError,
-                   OVLocalizedString("The bookmark file could not be written."));
+                   OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter", "The bookmark file could not be written.")));
         return false;
     }
     return true;
@@ -552,7 +553,7 @@ bool NVWebBookmarkFile::validateName(QString *name, OVError *error) const
 {
     if (!name || name->isEmpty()) {
         OVSetError(error, QLatin1String(errorDomain), ValidationError,
-                   OVLocalizedString("Bookmark name must not be empty."));
+                   OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter", "Bookmark name must not be empty.")));
         return false;
     }
     return true;
@@ -562,7 +563,7 @@ bool NVWebBookmarkFile::validateURL(QUrl *url, OVError *error) const
 {
     if (!url || url->isEmpty()) {
         OVSetError(error, QLatin1String(errorDomain), ValidationError,
-                   OVLocalizedString("Bookmark URL must not be empty."));
+                   OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter", "Bookmark URL must not be empty.")));
         return false;
     }
     // A web address needs at least the root path.

@@ -68,12 +68,12 @@ QString OVKeyedArchiver::stringFromRect(const QRectF &rect)
         .arg(numberText(rect.x()), numberText(rect.y()), numberText(rect.width()), numberText(rect.height()));
 }
 
-void OVKeyedArchiver::failWithError(const QString &description)
+void OVKeyedArchiver::failWithError(const OVText &description)
 {
     if (m_failed)
         return;
     m_failed = true;
-    m_error = OVError {errorDomain(), EncodeUnknownClassError, description};
+    m_error = OVMakeError(errorDomain(), EncodeUnknownClassError, description);
 }
 
 OVPlist::Dictionary &OVKeyedArchiver::current()
@@ -271,7 +271,7 @@ quint64 OVKeyedArchiver::reference(const QVariant &value)
             set(QStringLiteral("NS.rangeval.length"), OVPlist(static_cast<unsigned long long>(range.length)));
         });
     }
-    failWithError(OVLocalizedString("An object of type %1 cannot be archived.")
+    failWithError(OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter", "An object of type %1 cannot be archived."))
                       .arg(QString::fromLatin1(value.metaType().name())));
     return 0;
 }

@@ -55,7 +55,7 @@ public:
     // The first failure (an object of a type nobody registered) ends the archive.
     bool hasError() const { return m_failed; }
     OVError error() const { return m_error; }
-    void failWithError(const QString &description);
+    void failWithError(const OVText &description);
 
     // The finished archive; invalid after a failure.
     OVPlist encodedPropertyList() const;

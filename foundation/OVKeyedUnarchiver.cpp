@@ -88,7 +88,7 @@ OVKeyedUnarchiver::OVKeyedUnarchiver(const OVPlist &archive)
     const OVPlist objects = archive.value(QStringLiteral("$objects"));
     const OVPlist top = archive.value(QStringLiteral("$top"));
     if (!objects.isArray() || !top.isDictionary()) {
-        failWithError(OVLocalizedString("The data is not a keyed archive."));
+        failWithError(OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter", "The data is not a keyed archive.")));
         return;
     }
     m_objects = objects.toArray();
@@ -100,8 +100,8 @@ OVKeyedUnarchiver::OVKeyedUnarchiver(const QByteArray &data)
     OVError error;
     const OVPlist archive = OVPlistSerialization::propertyListWithData(data, nullptr, &error);
     if (!archive.isValid()) {
-        failWithError(OVLocalizedString("The data is not a keyed archive.") + QLatin1Char(' ')
-                      + error.localizedDescription);
+        failWithError(OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter", "The data is not a keyed archive."))
+                      + OVText::untranslated(QStringLiteral(" ")) + error.description());
         return;
     }
     *this = OVKeyedUnarchiver(archive);
@@ -111,7 +111,8 @@ QVariant OVKeyedUnarchiver::unarchivedObjectWithPropertyList(const OVPlist &arch
 {
     OVKeyedUnarchiver unarchiver(archive);
     if (!unarchiver.hasError() && !unarchiver.containsValueForKey(QStringLiteral("root")))
-        unarchiver.failWithError(OVLocalizedString("The keyed archive has no root object."));
+        unarchiver.failWithError(
+            OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter", "The keyed archive has no root object.")));
     const QVariant root = unarchiver.decodeObject(QStringLiteral("root"));
     if (unarchiver.hasError()) {
         if (error)
@@ -127,8 +128,8 @@ QVariant OVKeyedUnarchiver::unarchivedObjectWithData(const QByteArray &data, OVE
     const OVPlist archive = OVPlistSerialization::propertyListWithData(data, nullptr, &readError);
     if (!archive.isValid()) {
         OVSetError(error, errorDomain(), DecodeCorruptError,
-                   OVLocalizedString("The data is not a keyed archive.") + QLatin1Char(' ')
-                       + readError.localizedDescription);
+                   OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter", "The data is not a keyed archive."))
+                       + OVText::untranslated(QStringLiteral(" ")) + readError.description());
         return QVariant();
     }
     return unarchivedObjectWithPropertyList(archive, error);
@@ -140,18 +141,18 @@ QVariant OVKeyedUnarchiver::unarchivedObjectOfType(const QByteArray &data, QMeta
     if (root.isValid() && root.metaType() == type)
         return root;
     if (root.isValid() || (error && error->domain.isEmpty()))
-        OVSetError(
-            error, errorDomain(), DecodeWrongClassError,
-            OVLocalizedString("The keyed archive's root object is not a %1.").arg(QString::fromLatin1(type.name())));
+        OVSetError(error, errorDomain(), DecodeWrongClassError,
+                   OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter", "The keyed archive's root object is not a %1."))
+                       .arg(QString::fromLatin1(type.name())));
     return QVariant();
 }
 
-void OVKeyedUnarchiver::failWithError(const QString &description, int code)
+void OVKeyedUnarchiver::failWithError(const OVText &description, int code)
 {
     if (m_failed)
         return;
     m_failed = true;
-    m_error = OVError {errorDomain(), code, description};
+    m_error = OVMakeError(errorDomain(), code, description);
 }
 
 QString OVKeyedUnarchiver::className() const
@@ -181,7 +182,8 @@ OVPlist OVKeyedUnarchiver::resolved(const QString &key)
     if (!value.isUid())
         return value;
     if (value.toUid() >= quint64(m_objects.size())) {
-        failWithError(OVLocalizedString("The keyed archive refers to an object it does not hold."));
+        failWithError(OVLocalizedText(
+            QT_TRANSLATE_NOOP("KastrelImporter", "The keyed archive refers to an object it does not hold.")));
         return OVPlist();
     }
     return m_objects.at(qsizetype(value.toUid()));
@@ -193,7 +195,7 @@ OVPlist OVKeyedUnarchiver::typed(const QString &key, bool (*accepts)(const OVPli
         return OVPlist();
     const OVPlist value = resolved(key);
     if (value.isValid() && !accepts(value)) {
-        failWithError(OVLocalizedString(mismatch).arg(key));
+        failWithError(OVLocalizedText(mismatch).arg(key));
         return OVPlist();
     }
     return value;
@@ -203,7 +205,7 @@ OVPlist OVKeyedUnarchiver::number(const QString &key)
 {
     return typed(
         key, [](const OVPlist &value) { return value.isNumber() || value.isBoolean(); },
-        "The value for the key %1 is not a number.");
+        QT_TRANSLATE_NOOP("KastrelImporter", "The value for the key %1 is not a number."));
 }
 
 qint64 OVKeyedUnarchiver::decodeInt(const QString &key)
@@ -229,14 +231,16 @@ bool OVKeyedUnarchiver::decodeBool(const QString &key)
 QByteArray OVKeyedUnarchiver::decodeBytes(const QString &key)
 {
     return typed(
-               key, [](const OVPlist &value) { return value.isData(); }, "The value for the key %1 is not data.")
+               key, [](const OVPlist &value) { return value.isData(); },
+               QT_TRANSLATE_NOOP("KastrelImporter", "The value for the key %1 is not data."))
         .toData();
 }
 
 QRectF OVKeyedUnarchiver::decodeRect(const QString &key)
 {
     const OVPlist text = typed(
-        key, [](const OVPlist &value) { return value.isString(); }, "The value for the key %1 is not a rectangle.");
+        key, [](const OVPlist &value) { return value.isString(); },
+        QT_TRANSLATE_NOOP("KastrelImporter", "The value for the key %1 is not a rectangle."));
     return rectFromString(text.toString());
 }
 
@@ -248,7 +252,9 @@ QVariant OVKeyedUnarchiver::decodeObject(const QString &key)
     if (!value.isValid())
         return QVariant();
     if (!value.isUid()) {
-        failWithError(OVLocalizedString("The value for the key %1 is not an object reference.").arg(key));
+        failWithError(OVLocalizedText(
+                          QT_TRANSLATE_NOOP("KastrelImporter", "The value for the key %1 is not an object reference."))
+                          .arg(key));
         return QVariant();
     }
     return objectAt(value.toUid());
@@ -259,18 +265,21 @@ QVariant OVKeyedUnarchiver::objectAt(quint64 uid)
     if (m_failed || uid == 0)
         return QVariant();
     if (uid >= quint64(m_objects.size())) {
-        failWithError(OVLocalizedString("The keyed archive refers to an object it does not hold."));
+        failWithError(OVLocalizedText(
+            QT_TRANSLATE_NOOP("KastrelImporter", "The keyed archive refers to an object it does not hold.")));
         return QVariant();
     }
     const auto known = m_decoded.constFind(uid);
     if (known != m_decoded.cend())
         return known.value();
     if (m_inProgress.contains(uid)) {
-        failWithError(OVLocalizedString("The keyed archive holds an object that contains itself."));
+        failWithError(OVLocalizedText(
+            QT_TRANSLATE_NOOP("KastrelImporter", "The keyed archive holds an object that contains itself.")));
         return QVariant();
     }
     if (int(m_frames.size()) >= maximumDepth) {
-        failWithError(OVLocalizedString("The keyed archive nests its objects too deeply."));
+        failWithError(
+            OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter", "The keyed archive nests its objects too deeply.")));
         return QVariant();
     }
     const OVPlist entry = m_objects.at(qsizetype(uid));
@@ -300,7 +309,8 @@ QVariant OVKeyedUnarchiver::objectAt(quint64 uid)
         m_inProgress.remove(uid);
         break;
     default:
-        failWithError(OVLocalizedString("The keyed archive holds an object of no known form."));
+        failWithError(OVLocalizedText(
+            QT_TRANSLATE_NOOP("KastrelImporter", "The keyed archive holds an object of no known form.")));
         return QVariant();
     }
     if (m_failed)
@@ -317,7 +327,8 @@ QVariant OVKeyedUnarchiver::decodeClassObject(const OVPlist &fields)
         : OVPlist();
     const QString name = classEntry.value(QStringLiteral("$classname")).toString();
     if (name.isEmpty()) {
-        failWithError(OVLocalizedString("The keyed archive holds an object without a class."));
+        failWithError(OVLocalizedText(
+            QT_TRANSLATE_NOOP("KastrelImporter", "The keyed archive holds an object without a class.")));
         return QVariant();
     }
     QStringList candidates {name};
@@ -338,7 +349,9 @@ QVariant OVKeyedUnarchiver::decodeClassObject(const OVPlist &fields)
     }
     m_frames.pop_back();
     if (!known)
-        failWithError(OVLocalizedString("The keyed archive holds an object of the unknown class %1.").arg(name),
+        failWithError(OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter",
+                                                        "The keyed archive holds an object of the unknown class %1."))
+                          .arg(name),
                       DecodeUnknownClassError);
     return m_failed ? QVariant() : result;
 }
@@ -350,7 +363,8 @@ QVariant OVKeyedUnarchiver::decodeBuiltIn(const QString &name, bool *known)
         if (containsValueForKey(QStringLiteral("NS.string"))) {
             const OVPlist text = resolved(QStringLiteral("NS.string"));
             if (!text.isString())
-                failWithError(OVLocalizedString("The keyed archive holds a broken string."));
+                failWithError(
+                    OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter", "The keyed archive holds a broken string.")));
             return text.toString();
         }
         return QString::fromUtf8(decodeBytes(QStringLiteral("NS.bytes")));
@@ -363,7 +377,8 @@ QVariant OVKeyedUnarchiver::decodeBuiltIn(const QString &name, bool *known)
     if (isOneOf(name, {"NSDate", "__NSDate"})) {
         const double seconds = decodeDouble(QStringLiteral("NS.time")) + referenceDateOffsetSeconds;
         if (!(std::abs(seconds) < 8.0e12)) {
-            failWithError(OVLocalizedString("The keyed archive holds a date out of range."));
+            failWithError(
+                OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter", "The keyed archive holds a date out of range.")));
             return QVariant();
         }
         return QDateTime::fromMSecsSinceEpoch(qint64(std::floor(seconds * 1000.0)), Qt::UTC);
@@ -371,7 +386,8 @@ QVariant OVKeyedUnarchiver::decodeBuiltIn(const QString &name, bool *known)
     if (isOneOf(name, {"NSArray", "NSMutableArray", "NSSet", "NSMutableSet", "NSOrderedSet", "NSMutableOrderedSet"})) {
         const OVPlist references = field(QStringLiteral("NS.objects"));
         if (references.isValid() && !references.isArray()) {
-            failWithError(OVLocalizedString("The keyed archive holds a broken array."));
+            failWithError(
+                OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter", "The keyed archive holds a broken array.")));
             return QVariant();
         }
         QVariantList members;
@@ -379,7 +395,8 @@ QVariant OVKeyedUnarchiver::decodeBuiltIn(const QString &name, bool *known)
         for (qsizetype i = 0; i < references.size() && !m_failed; ++i) {
             const OVPlist reference = references.at(i);
             if (!reference.isUid())
-                failWithError(OVLocalizedString("The keyed archive holds a broken array."));
+                failWithError(
+                    OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter", "The keyed archive holds a broken array.")));
             members.append(objectAt(reference.toUid()));
         }
         return members;
@@ -389,19 +406,23 @@ QVariant OVKeyedUnarchiver::decodeBuiltIn(const QString &name, bool *known)
         const OVPlist objects = field(QStringLiteral("NS.objects"));
         if ((keys.isValid() && !keys.isArray()) || (objects.isValid() && !objects.isArray())
             || keys.size() != objects.size()) {
-            failWithError(OVLocalizedString("The keyed archive holds a dictionary whose keys and objects differ "
-                                            "in number."));
+            failWithError(
+                OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter",
+                                                  "The keyed archive holds a dictionary whose keys and objects differ "
+                                                  "in number.")));
             return QVariant();
         }
         QVariantMap entries;
         for (qsizetype i = 0; i < keys.size() && !m_failed; ++i) {
             if (!keys.at(i).isUid() || !objects.at(i).isUid()) {
-                failWithError(OVLocalizedString("The keyed archive holds a broken dictionary."));
+                failWithError(OVLocalizedText(
+                    QT_TRANSLATE_NOOP("KastrelImporter", "The keyed archive holds a broken dictionary.")));
                 break;
             }
             const QVariant key = objectAt(keys.at(i).toUid());
             if (!m_failed && key.metaType() != QMetaType::fromType<QString>()) {
-                failWithError(OVLocalizedString("The keyed archive holds a dictionary key that is not a string."));
+                failWithError(OVLocalizedText(QT_TRANSLATE_NOOP(
+                    "KastrelImporter", "The keyed archive holds a dictionary key that is not a string.")));
                 break;
             }
             entries.insert(key.toString(), objectAt(objects.at(i).toUid()));
@@ -419,7 +440,8 @@ QVariant OVKeyedUnarchiver::decodeBuiltIn(const QString &name, bool *known)
     if (name == QLatin1String("NSUUID")) {
         const QByteArray bytes = decodeBytes(QStringLiteral("NS.uuidbytes"));
         if (bytes.size() != 16) {
-            failWithError(OVLocalizedString("The keyed archive holds a broken UUID."));
+            failWithError(
+                OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter", "The keyed archive holds a broken UUID.")));
             return QVariant();
         }
         return QUuid::fromRfc4122(bytes);
@@ -440,7 +462,8 @@ QVariant OVKeyedUnarchiver::decodeBuiltIn(const QString &name, bool *known)
             return QVariant::fromValue(OVRange {quint64(decodeInt(QStringLiteral("NS.rangeval.location"))),
                                                 quint64(decodeInt(QStringLiteral("NS.rangeval.length")))});
         default:
-            failWithError(OVLocalizedString("The keyed archive holds a value of an unknown kind."),
+            failWithError(OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter",
+                                                            "The keyed archive holds a value of an unknown kind.")),
                           DecodeUnknownClassError);
             return QVariant();
         }

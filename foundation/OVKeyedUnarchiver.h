@@ -67,7 +67,7 @@ public:
     bool hasError() const { return m_failed; }
     OVError error() const { return m_error; }
     // Ends decoding; the first error is kept.
-    void failWithError(const QString &description, int code = DecodeCorruptError);
+    void failWithError(const OVText &description, int code = DecodeCorruptError);
 
     static QString errorDomain();
     enum ErrorCode {

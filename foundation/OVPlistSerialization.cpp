@@ -38,14 +38,14 @@ using PlistHandle = std::unique_ptr<void, PlistFree>;
 // Seconds between the Unix epoch and the property-list epoch 2001-01-01T00:00:00Z.
 constexpr qint64 referenceDateOffsetSeconds = 978307200;
 
-QString readError(const char *text)
+OVText readError(const char *text)
 {
-    return OVLocalizedString(text);
+    return OVLocalizedText(text);
 }
 
 bool fail(OVError *error, int code, const char *text)
 {
-    OVSetError(error, OVPlistSerialization::errorDomain(), code, OVLocalizedString(text));
+    OVSetError(error, OVPlistSerialization::errorDomain(), code, OVLocalizedText(text));
     return false;
 }
 
@@ -486,8 +486,9 @@ public:
                    "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
                    "<plist version=\"1.0\">\n");
         if (!value(root, 0))
-            return fail(error, OVPlistSerialization::WriteInvalidError,
-                        "The property list holds a value that cannot be written.");
+            return fail(
+                error, OVPlistSerialization::WriteInvalidError,
+                QT_TRANSLATE_NOOP("KastrelImporter", "The property list holds a value that cannot be written."));
         out.append("</plist>\n");
         return true;
     }
@@ -641,8 +642,9 @@ public:
     bool write(const OVPlist &root, QByteArray &out, OVError *error)
     {
         if (!flatten(root))
-            return fail(error, OVPlistSerialization::WriteInvalidError,
-                        "The property list holds a value that cannot be written.");
+            return fail(
+                error, OVPlistSerialization::WriteInvalidError,
+                QT_TRANSLATE_NOOP("KastrelImporter", "The property list holds a value that cannot be written."));
         const quint64 count = m_objects.size();
         m_refSize = bytesFor(count);
         out.append("bplist00");
@@ -866,7 +868,8 @@ QString OVPlistSerialization::errorDomain()
 OVPlist OVPlistSerialization::propertyListWithData(const QByteArray &data, Format *format, OVError *error)
 {
     if (quint64(data.size()) > std::numeric_limits<uint32_t>::max()) {
-        fail(error, ReadTooLargeError, "The property list is too large to be read.");
+        fail(error, ReadTooLargeError,
+             QT_TRANSLATE_NOOP("KastrelImporter", "The property list is too large to be read."));
         return OVPlist();
     }
     const bool binary = data.startsWith("bplist00");
@@ -875,17 +878,21 @@ OVPlist OVPlistSerialization::propertyListWithData(const QByteArray &data, Forma
         case BinaryStructureCheck::Result::Ok:
             break;
         case BinaryStructureCheck::Result::Corrupt:
-            fail(error, ReadCorruptError, "The data is not a valid property list.");
+            fail(error, ReadCorruptError,
+                 QT_TRANSLATE_NOOP("KastrelImporter", "The data is not a valid property list."));
             return OVPlist();
         case BinaryStructureCheck::Result::TooDeep:
-            fail(error, ReadTooDeepError, "The property list is nested too deeply or contains itself.");
+            fail(error, ReadTooDeepError,
+                 QT_TRANSLATE_NOOP("KastrelImporter", "The property list is nested too deeply or contains itself."));
             return OVPlist();
         }
     } else if (data.startsWith("bplist")) {
-        fail(error, ReadCorruptError, "The property list uses an unsupported binary version.");
+        fail(error, ReadCorruptError,
+             QT_TRANSLATE_NOOP("KastrelImporter", "The property list uses an unsupported binary version."));
         return OVPlist();
     } else if (!xmlDepthWithinLimit(data, maximumDepth + 1)) {
-        fail(error, ReadTooDeepError, "The property list is nested too deeply or contains itself.");
+        fail(error, ReadTooDeepError,
+             QT_TRANSLATE_NOOP("KastrelImporter", "The property list is nested too deeply or contains itself."));
         return OVPlist();
     }
 
@@ -899,12 +906,12 @@ OVPlist OVPlistSerialization::propertyListWithData(const QByteArray &data, Forma
     }
     const PlistHandle root(parsed);
     if (!root) {
-        fail(error, ReadCorruptError, "The data is not a valid property list.");
+        fail(error, ReadCorruptError, QT_TRANSLATE_NOOP("KastrelImporter", "The data is not a valid property list."));
         return OVPlist();
     }
     OVPlist result = TreeReader(!binary).convert(root.get());
     if (!result.isValid()) {
-        fail(error, ReadCorruptError, "The data is not a valid property list.");
+        fail(error, ReadCorruptError, QT_TRANSLATE_NOOP("KastrelImporter", "The data is not a valid property list."));
         return OVPlist();
     }
     if (format)
@@ -915,13 +922,14 @@ OVPlist OVPlistSerialization::propertyListWithData(const QByteArray &data, Forma
 OVPlist OVPlistSerialization::propertyListWithDevice(QIODevice *device, Format *format, OVError *error)
 {
     if (!device || !device->isReadable()) {
-        fail(error, FileReadError, "The property list could not be read.");
+        fail(error, FileReadError, QT_TRANSLATE_NOOP("KastrelImporter", "The property list could not be read."));
         return OVPlist();
     }
     const qint64 limit = qint64(std::numeric_limits<uint32_t>::max());
     if (!device->isSequential()) {
         if (device->size() - device->pos() > limit) {
-            fail(error, ReadTooLargeError, "The property list is too large to be read.");
+            fail(error, ReadTooLargeError,
+                 QT_TRANSLATE_NOOP("KastrelImporter", "The property list is too large to be read."));
             return OVPlist();
         }
         return propertyListWithData(device->readAll(), format, error);
@@ -935,7 +943,8 @@ OVPlist OVPlistSerialization::propertyListWithDevice(QIODevice *device, Format *
             break;
         data.append(piece);
         if (data.size() > limit) {
-            fail(error, ReadTooLargeError, "The property list is too large to be read.");
+            fail(error, ReadTooLargeError,
+                 QT_TRANSLATE_NOOP("KastrelImporter", "The property list is too large to be read."));
             return OVPlist();
         }
     }
@@ -947,7 +956,8 @@ OVPlist OVPlistSerialization::propertyListWithContentsOfFile(const QString &path
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         OVSetError(error, errorDomain(), FileReadError,
-                   readError("The property list could not be read.") + QLatin1Char(' ') + file.errorString());
+                   readError(QT_TRANSLATE_NOOP("KastrelImporter", "The property list could not be read."))
+                       + OVText::untranslated(QLatin1Char(' ') + file.errorString()));
         return OVPlist();
     }
     return propertyListWithDevice(&file, format, error);
@@ -970,14 +980,16 @@ bool OVPlistSerialization::writePropertyList(const OVPlist &plist, QIODevice *de
         if (!writer.write(plist, rest, error))
             return false;
         if (writer.sinkFailed() || device->write(rest) != rest.size())
-            return fail(error, FileWriteError, "The property list could not be written.");
+            return fail(error, FileWriteError,
+                        QT_TRANSLATE_NOOP("KastrelImporter", "The property list could not be written."));
         return true;
     }
     const QByteArray bytes = dataWithPropertyList(plist, format, error);
     if (bytes.isEmpty())
         return false;
     if (!device || !device->isWritable() || device->write(bytes) != bytes.size())
-        return fail(error, FileWriteError, "The property list could not be written.");
+        return fail(error, FileWriteError,
+                    QT_TRANSLATE_NOOP("KastrelImporter", "The property list could not be written."));
     return true;
 }
 
@@ -990,7 +1002,8 @@ bool OVPlistSerialization::writePropertyListToFile(const OVPlist &plist, const Q
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
         OVSetError(error, errorDomain(), FileWriteError,
-                   readError("The property list could not be written.") + QLatin1Char(' ') + file.errorString());
+                   readError(QT_TRANSLATE_NOOP("KastrelImporter", "The property list could not be written."))
+                       + OVText::untranslated(QLatin1Char(' ') + file.errorString()));
         return false;
     }
     return true;

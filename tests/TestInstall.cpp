@@ -101,6 +101,8 @@ private slots:
             QStringLiteral("share/metainfo/") + ApplicationId + QStringLiteral(".metainfo.xml"),
             QStringLiteral("share/icons/hicolor/scalable/apps/") + ApplicationId + QStringLiteral(".svg"),
             QStringLiteral("share/man/man1/kastrel-importer.1.gz"),
+            QStringLiteral("share/kastrel-importer/translations/kastrel-importer_de.qm"),
+            QStringLiteral("share/kastrel-importer/translations/kastrel-importer_en.qm"),
         };
         const QString samples = QStringLiteral(KI_SOURCE_DIR "/samples/kastrel-library");
         const QStringList sampleFiles = filesUnder(samples);
@@ -139,6 +141,16 @@ private slots:
                              {QStringLiteral("export"), QStringLiteral("--help")});
         QCOMPARE(help.exitCode, 0);
         QVERIFY(help.output.startsWith("Usage: kastrel-importer export"));
+    }
+
+    // The installed program finds its catalogues beside itself, not in the build folder.
+    void installedProgramSpeaksGerman()
+    {
+        qputenv("LANGUAGE", "de");
+        const Run help = run(installed(QStringLiteral("bin/kastrel-importer")), {QStringLiteral("--help")});
+        qunsetenv("LANGUAGE");
+        QCOMPARE(help.exitCode, 0);
+        QVERIFY2(help.output.startsWith("Aufruf: kastrel-importer"), help.output.constData());
     }
 
     void desktopEntryNamesTheInstalledProgramAndIcon()

@@ -1,6 +1,7 @@
 // Pictures of every window for a person to look at, written into <build>/screenshots: the
 // information window, the options sheet, the progress sheet and the end-of-export report,
-// each in a light and a dark palette. Each window is also checked to fit its contents.
+// each in a light and a dark palette, and in German. Each window is also checked to fit its
+// contents, in German too, whose words run longer.
 #include "AppTestSupport.h"
 #include "app/AppController.h"
 #include "app/KSApplicationIcon.h"
@@ -8,6 +9,9 @@
 #include "app/KSImportPanel.h"
 #include "app/KSOptionsPanel.h"
 #include "app/KSProgressIndicator.h"
+#include "cli/KSTranslations.h"
+#include "foundation/OVLocalization.h"
+#include "foundation/OVStringFormat.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -15,6 +19,7 @@
 #include <QLabel>
 #include <QMainWindow>
 #include <QStyle>
+#include <QTextEdit>
 #include <QtTest>
 
 using namespace AppTestSupport;
@@ -44,13 +49,18 @@ KSExportReport sampleReport()
                              {QStringLiteral("image"), 87},
                              {QStringLiteral("webPage"), 12}};
     report.importedTotal = 1614;
-    report.passedOver.append({QStringLiteral("K-2231"), QStringLiteral("notes"), QStringLiteral("it has no name")});
+    KSImportOperation::SkippedItem skipped;
+    skipped.identifier = QStringLiteral("K-2231");
+    skipped.optionKey = QStringLiteral("notes");
+    skipped.reason = OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "it has no name"));
+    report.passedOver.append(skipped);
     KSImportOperation::ItemProblem problem;
     problem.identifier = QStringLiteral("K-1187");
     problem.name = QStringLiteral("Meeting notes 2019");
     problem.optionKey = QStringLiteral("notes");
     problem.kind = KSImportOperation::ItemProblemKind::OriginalFileAttached;
-    problem.reason = QStringLiteral("its text could not be read");
+    problem.reason = OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "its text could not be read (%@)"))
+                         .replace(QStringLiteral("%@"), QStringLiteral("\\cf9 out of range"));
     report.problems.append(problem);
     report.logFile = QStringLiteral("/home/person/.local/share/Nortavel 3/Logs/Kastrel Export.log");
     report.libraryFile = QStringLiteral("/var/tmp/person/Kastrel/Kastrel.nvlibxml");
@@ -93,19 +103,32 @@ private slots:
         m_alerts.reset();
     }
 
+    // German comes last: a translator once installed stays for the rest of the program.
     void windows_data()
     {
         QTest::addColumn<QString>("look");
-        QTest::newRow("light") << QStringLiteral("light");
-        QTest::newRow("dark") << QStringLiteral("dark");
+        QTest::addColumn<bool>("german");
+        QTest::newRow("light") << QStringLiteral("light") << false;
+        QTest::newRow("dark") << QStringLiteral("dark") << false;
+        QTest::newRow("german") << QStringLiteral("german") << true;
     }
 
     void windows()
     {
         QFETCH(QString, look);
+        QFETCH(bool, german);
         useLook(look);
+        if (german) {
+            const QLocale locale(QLocale::German, QLocale::Germany);
+            QLocale::setDefault(locale); // the notes' resource follows the default locale
+            QVERIFY(
+                !KSTranslations::install(locale, {QStringLiteral(KI_BUILD_DIR "/share/kastrel-importer/translations")})
+                     .isEmpty());
+        }
         AppController controller;
         controller.applicationWillFinishLaunching();
+        const QString notes = controller.notesTextView()->toPlainText();
+        QVERIFY(notes.contains(german ? QStringLiteral("Was Sie brauchen") : QStringLiteral("What you need")));
         QVERIFY(QTest::qWaitForWindowExposed(controller.infoWindow()));
         checkNothingCutOff(controller.infoWindow());
         saveScreenshot(controller.infoWindow(), fileName(QStringLiteral("information-window"), look));
@@ -120,8 +143,12 @@ private slots:
 
         // The progress sheet as it looks a while into an export.
         KSImportPanel progress(controller.infoWindow());
-        progress.setTitleMessage(QStringLiteral("Exporting Items"));
-        progress.setInformationMessage(QStringLiteral("1234 of 5000 records exported"));
+        progress.setTitleMessage(
+            OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Exporting %@")),
+                               {OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Items"))}));
+        progress.setInformationMessage(OVStringWithFormat(
+            OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "%1$.0lf of %2$.0lf records exported")),
+            {1234.0, 5000.0}));
         progress.importProgress()->setIndeterminate(false);
         progress.importProgress()->setMaxValue(5000);
         progress.importProgress()->setDoubleValue(1234);
