@@ -104,6 +104,10 @@ private slots:
             QStringLiteral("share/kastrel-importer/translations/kastrel-importer_de.qm"),
             QStringLiteral("share/kastrel-importer/translations/kastrel-importer_en.qm"),
         };
+        for (const char *size : {"32", "48", "64", "128", "256"}) {
+            expected.append(QStringLiteral("share/icons/hicolor/%1x%1/apps/").arg(QLatin1String(size)) + ApplicationId
+                            + QStringLiteral(".png"));
+        }
         const QString samples = QStringLiteral(KI_SOURCE_DIR "/samples/kastrel-library");
         const QStringList sampleFiles = filesUnder(samples);
         QVERIFY(sampleFiles.contains(QStringLiteral("library.json")));
