@@ -2,7 +2,6 @@
 
 #include "cli/AppVersion.h"
 #include "foundation/OVLocalization.h"
-#include "foundation/OVStringFormat.h"
 
 #include <QDBusConnection>
 #include <QDBusError>
