@@ -230,7 +230,9 @@ private slots:
         QCOMPARE(texts,
                  (QStringList {QStringLiteral("*** Export started"),
                                QStringLiteral("Error: Error Domain=Kastrel Importer Error Domain Code=10001 "
-                                              "\"Unable to locate the Kastrel application.\""),
+                                              "\"Unable to locate the Kastrel application.\" "
+                                              "UserInfo={NSLocalizedDescription=Unable to locate the Kastrel "
+                                              "application.}"),
                                QStringLiteral("*** Export ended")}));
     }
 

@@ -655,7 +655,14 @@ private slots:
         QVERIFY(!record(QStringLiteral("B1")).isValid());
         const QString path = QDir(folder).filePath(QStringLiteral("Site.webloc"));
         QVERIFY(!QFileInfo::exists(path));
-        QVERIFY(logText().contains(QStringLiteral("Exporting bookmark file ") + path + QStringLiteral(" failed: ")));
+        // The error as a whole, its user info with it.
+        const QString failedLine = QStringLiteral("Exporting bookmark file ") + path + QStringLiteral(" failed: ");
+        const qsizetype failed = logText().indexOf(failedLine);
+        QVERIFY(failed >= 0);
+        const QString error = logText().mid(failed + failedLine.size()).section(QLatin1Char('\n'), 0, 0);
+        QVERIFY2(error.startsWith(QStringLiteral("Error Domain=")), qPrintable(error));
+        QVERIFY2(error.contains(QStringLiteral("\" UserInfo={NSLocalizedDescription=")), qPrintable(error));
+        QVERIFY2(error.endsWith(QLatin1Char('}')), qPrintable(error));
         QVERIFY(logText().contains(QStringLiteral("Item with identifier B1 (\"Site\") was not imported: ")));
         const auto problems = m_operation->itemProblems();
         QCOMPARE(problems.size(), 1);
