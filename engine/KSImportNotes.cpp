@@ -36,7 +36,8 @@ bool KSImportOperation::importDatabaseItemsAsNotes(const QList<KastrelDatabaseIt
         // package.
         const QString noteName = OVExtensions::makeFittedFilenameUniqueInDirectory(
             OVExtensions::fileNameFittedToFolder(
-                OVExtensions::stringSanitizedForFileName(name + QLatin1Char('.') + NVNoteDocumentFileExtension),
+                OVExtensions::stringSanitizedForFileName(
+                    OVExtensions::stringByAppendingPathExtension(name, NVNoteDocumentFileExtension)),
                 notesFolder, NVNoteDocumentFileExtension),
             notesFolder);
         const QString notePath = notesFolder + QLatin1Char('/') + noteName;

@@ -5,6 +5,7 @@
 #include "formats/RichTextAttributes.h"
 #include "formats/RichTextFonts.h"
 #include "foundation/OVFileAttributes.h"
+#include "foundation/OVFileNameStrings.h"
 #include "foundation/OVKeyedUnarchiver.h"
 #include "foundation/OVLocalization.h"
 
@@ -71,7 +72,7 @@ private:
 
 QString NVNoteFile::oldWelcomeNotePath()
 {
-    const QString fileName = welcomeNoteName + QLatin1Char('.') + NVNoteDocumentFileExtension;
+    const QString fileName = OVExtensions::stringByAppendingPathExtension(welcomeNoteName, NVNoteDocumentFileExtension);
     const QString resource = QStringLiteral(":/") + fileName;
     if (QFileInfo::exists(resource))
         return resource;

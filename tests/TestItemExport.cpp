@@ -495,6 +495,20 @@ private slots:
         QCOMPARE(record(QStringLiteral("N1")).value(QStringLiteral("name")), OVPlist(QStringLiteral("Q1-Q2 plan")));
     }
 
+    void noteNameEndingInASlashLosesTheSlash()
+    {
+        // Appending the extension drops a trailing slash, as for any path.
+        addNote(QStringLiteral("N1"), QStringLiteral("Plans/"));
+        addNote(QStringLiteral("N2"), QStringLiteral("Ideas//"));
+        run();
+        QCOMPARE(record(QStringLiteral("N1")).value(QStringLiteral("filename")),
+                 OVPlist(QStringLiteral("Plans.nvnote")));
+        QCOMPARE(record(QStringLiteral("N1")).value(QStringLiteral("name")), OVPlist(QStringLiteral("Plans")));
+        QVERIFY(QFileInfo(QDir(exportFolder()).filePath(QStringLiteral("Notes/Plans.nvnote"))).isDir());
+        QCOMPARE(record(QStringLiteral("N2")).value(QStringLiteral("filename")),
+                 OVPlist(QStringLiteral("Ideas.nvnote")));
+    }
+
     void serialNumbersAndPasswordsBecomeNotes()
     {
         addNote(QStringLiteral("S1"), QStringLiteral("Licence"), KastrelItemKind::SerialNumber);
