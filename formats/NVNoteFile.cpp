@@ -94,10 +94,15 @@ std::unique_ptr<NVNoteFile> NVNoteFile::noteFileWithFileURL(const QUrl &url, OVE
 
 bool NVNoteFile::noteFileAtURLIsEmpty(const QUrl &url)
 {
-    const QFileInfo info(url.path());
-    if (info.suffix() != NVNoteDocumentFileExtension)
+    // A package is a folder, and its URL may end in a slash: "New Note 3.nvnote/" is the same
+    // note as "New Note 3.nvnote".
+    QString path = url.path();
+    while (path.size() > 1 && path.endsWith(QLatin1Char('/')))
+        path.chop(1);
+    const QString name = path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
+    if (OVExtensions::pathExtension(name) != NVNoteDocumentFileExtension)
         return false;
-    if (!info.completeBaseName().startsWith(nameOfNewNote()))
+    if (!OVExtensions::stringByDeletingPathExtension(name).startsWith(nameOfNewNote()))
         return false;
     const std::unique_ptr<NVNoteFile> note = noteFileWithFileURL(url);
     // An unreadable note has no text, so it counts as empty.

@@ -208,6 +208,22 @@ private slots:
         QVERIFY(NVNoteFile::noteFileAtURLIsEmpty(url(QStringLiteral("New Note 9.nvnote"))));
     }
 
+    void emptyNewNotesWithATrailingSlash()
+    {
+        // A package is a folder, and a folder's URL often ends in a slash.
+        const QString folder = m_work.filePath(QStringLiteral("slashed"));
+        const auto url = [&](const QString &name) { return QUrl::fromLocalFile(folder + QLatin1Char('/') + name); };
+        makePackage(folder, QStringLiteral("New Note 3.nvnote"), "{\\rtf1\\ansi }");
+        makePackage(folder, QStringLiteral("New Note 3.rtfd"), "{\\rtf1\\ansi }");
+        makePackage(folder, QStringLiteral("Old New Note.nvnote"), "{\\rtf1\\ansi }");
+        makePackage(folder, QStringLiteral("New Note 4.nvnote"), "{\\rtf1\\ansi text}");
+        QVERIFY(NVNoteFile::noteFileAtURLIsEmpty(url(QStringLiteral("New Note 3.nvnote/"))));
+        QVERIFY(NVNoteFile::noteFileAtURLIsEmpty(url(QStringLiteral("New Note 3.nvnote"))));
+        QVERIFY(!NVNoteFile::noteFileAtURLIsEmpty(url(QStringLiteral("New Note 3.rtfd/"))));
+        QVERIFY(!NVNoteFile::noteFileAtURLIsEmpty(url(QStringLiteral("Old New Note.nvnote/"))));
+        QVERIFY(!NVNoteFile::noteFileAtURLIsEmpty(url(QStringLiteral("New Note 4.nvnote/"))));
+    }
+
     void copiesShareNothingMutable()
     {
         NVNoteFile note;
