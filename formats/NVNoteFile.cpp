@@ -182,11 +182,9 @@ bool NVNoteFile::initWithFileURL(const QUrl &url, OVError *error)
     if (m_documentAttributes)
         m_documentAttributes->insert(readAttributes);
     if (package.contains(noteAttributesFileName)) {
-        std::optional<NVNoteAttributes> attributes
-            = NVNoteAttributes::fromArchivedData(package.file(noteAttributesFileName), error);
-        if (!attributes)
-            return false;
-        m_noteAttributes = std::move(attributes);
+        // The view state is whatever can be unarchived, none when nothing can: damaged view
+        // state does not keep the text from opening, and is not the note's failure.
+        m_noteAttributes = NVNoteAttributes::fromArchivedData(package.file(noteAttributesFileName));
     } else {
         m_noteAttributes = NVNoteAttributes();
     }
