@@ -47,7 +47,7 @@ bool KSImportOperation::importBookmarks()
             // One bad bookmark does not stop the library: it is still recorded, and the check
             // before the hand-off lists it.
             writeLog(OVStringWithFormat(QStringLiteral("Exporting bookmark file %@ failed: %@"),
-                                        {path, error.descriptionInEnglish()}));
+                                        {path, error.wholeDescriptionInEnglish()}));
             if (stopIfOutOfSpace(folder))
                 return std::nullopt;
             noteItemProblem(identifier, name, ItemProblemKind::NotImported,

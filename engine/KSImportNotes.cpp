@@ -36,7 +36,8 @@ bool KSImportOperation::importDatabaseItemsAsNotes(const QList<KastrelDatabaseIt
         // package.
         const QString noteName = OVExtensions::makeFittedFilenameUniqueInDirectory(
             OVExtensions::fileNameFittedToFolder(
-                OVExtensions::stringSanitizedForFileName(name + QLatin1Char('.') + NVNoteDocumentFileExtension),
+                OVExtensions::stringSanitizedForFileName(
+                    OVExtensions::stringByAppendingPathExtension(name, NVNoteDocumentFileExtension)),
                 notesFolder, NVNoteDocumentFileExtension),
             notesFolder);
         const QString notePath = notesFolder + QLatin1Char('/') + noteName;
@@ -87,7 +88,7 @@ void KSImportOperation::convertFileToNoteOnMainThread(const QVariantMap &request
     bool written = false;
     if (!RichTextReader::readFile(originalPath, &document, nullptr, &error)) {
         qWarning().noquote() << OVStringWithFormat(QStringLiteral("Cannot write note: %@"),
-                                                   {error.descriptionInEnglish()});
+                                                   {error.wholeDescriptionInEnglish()});
         // Text that cannot be read is still the person's data: the note holds the file itself.
         const OVText readFailure = error.description();
         const QString name = request.value(QStringLiteral("name"), QFileInfo(originalPath).fileName()).toString();
@@ -102,7 +103,7 @@ void KSImportOperation::convertFileToNoteOnMainThread(const QVariantMap &request
         written = RTFDPackage::writeDocument(&document, notePath, {}, &error);
         if (!written)
             qWarning().noquote() << OVStringWithFormat(QStringLiteral("Cannot write note: %@"),
-                                                       {error.descriptionInEnglish()});
+                                                       {error.wholeDescriptionInEnglish()});
     }
     if (!written) {
         result.outcome = NoteConversion::Outcome::NotWritten;

@@ -7,6 +7,7 @@
 #include "engine/KSImportErrors.h"
 #include "engine/KSLibraryRecords.h"
 #include "engine/KSScriptingException.h"
+#include "foundation/OVFileNameStrings.h"
 #include "foundation/OVLocalization.h"
 #include "foundation/OVLogLine.h"
 #include "foundation/OVStandardPaths.h"
@@ -47,7 +48,9 @@ KSImportOperation::~KSImportOperation() = default;
 QString KSImportOperation::logFilePathForTarget(const QString &targetIdentifier)
 {
     return QDir(supportFolderForTarget(targetIdentifier))
-        .filePath(QStringLiteral("Nortavel 3/Logs/Kastrel Export.log"));
+        .filePath(
+            QStringLiteral("Nortavel 3/Logs/")
+            + OVExtensions::stringByAppendingPathExtension(QStringLiteral("Kastrel Export"), QStringLiteral("log")));
 }
 
 QString KSImportOperation::exportFolderForTarget(const QString &identifier, QString *reason)

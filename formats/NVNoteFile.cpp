@@ -5,6 +5,7 @@
 #include "formats/RichTextAttributes.h"
 #include "formats/RichTextFonts.h"
 #include "foundation/OVFileAttributes.h"
+#include "foundation/OVFileNameStrings.h"
 #include "foundation/OVKeyedUnarchiver.h"
 #include "foundation/OVLocalization.h"
 
@@ -71,7 +72,7 @@ private:
 
 QString NVNoteFile::oldWelcomeNotePath()
 {
-    const QString fileName = welcomeNoteName + QLatin1Char('.') + NVNoteDocumentFileExtension;
+    const QString fileName = OVExtensions::stringByAppendingPathExtension(welcomeNoteName, NVNoteDocumentFileExtension);
     const QString resource = QStringLiteral(":/") + fileName;
     if (QFileInfo::exists(resource))
         return resource;
@@ -93,10 +94,15 @@ std::unique_ptr<NVNoteFile> NVNoteFile::noteFileWithFileURL(const QUrl &url, OVE
 
 bool NVNoteFile::noteFileAtURLIsEmpty(const QUrl &url)
 {
-    const QFileInfo info(url.path());
-    if (info.suffix() != NVNoteDocumentFileExtension)
+    // A package is a folder, and its URL may end in a slash: "New Note 3.nvnote/" is the same
+    // note as "New Note 3.nvnote".
+    QString path = url.path();
+    while (path.size() > 1 && path.endsWith(QLatin1Char('/')))
+        path.chop(1);
+    const QString name = path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
+    if (OVExtensions::pathExtension(name) != NVNoteDocumentFileExtension)
         return false;
-    if (!info.completeBaseName().startsWith(nameOfNewNote()))
+    if (!OVExtensions::stringByDeletingPathExtension(name).startsWith(nameOfNewNote()))
         return false;
     const std::unique_ptr<NVNoteFile> note = noteFileWithFileURL(url);
     // An unreadable note has no text, so it counts as empty.
@@ -176,11 +182,9 @@ bool NVNoteFile::initWithFileURL(const QUrl &url, OVError *error)
     if (m_documentAttributes)
         m_documentAttributes->insert(readAttributes);
     if (package.contains(noteAttributesFileName)) {
-        std::optional<NVNoteAttributes> attributes
-            = NVNoteAttributes::fromArchivedData(package.file(noteAttributesFileName), error);
-        if (!attributes)
-            return false;
-        m_noteAttributes = std::move(attributes);
+        // The view state is whatever can be unarchived, none when nothing can: damaged view
+        // state does not keep the text from opening, and is not the note's failure.
+        m_noteAttributes = NVNoteAttributes::fromArchivedData(package.file(noteAttributesFileName));
     } else {
         m_noteAttributes = NVNoteAttributes();
     }

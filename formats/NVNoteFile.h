@@ -68,6 +68,8 @@ public:
 
     // Reads the package at `url` into this note, which starts with every field null. The
     // document attributes stay null after reading, deliberately (fileWrapper() recreates them).
+    // Only an unreadable package or rich text fails; a "NoteAttributes" member that cannot be
+    // unarchived leaves the view state null.
     [[nodiscard]] bool initWithFileURL(const QUrl &url, OVError *error = nullptr);
 
     // A new note of this class with its own copy of the text and of the view state; document

@@ -534,12 +534,10 @@ QString NVWebBookmarkFile::suggestedFilename() const
         else
             base = component;
     }
-    // A trailing slash is no part of a file name: "example.com/" becomes "example.com.webloc".
-    while (base.size() > 1 && base.endsWith(u'/'))
-        base.chop(1);
     if (base.isEmpty())
         return QString();
-    const QString fileName = base + QLatin1Char('.') + fileExtensionForURL(m_url);
+    // A trailing slash is no part of a file name: "example.com/" becomes "example.com.webloc".
+    const QString fileName = OVExtensions::stringByAppendingPathExtension(base, fileExtensionForURL(m_url));
     return OVExtensions::fileSystemRepresentationString(OVExtensions::stringSanitizedForFileName(fileName));
 }
 

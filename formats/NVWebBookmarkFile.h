@@ -127,7 +127,7 @@ public:
     // Fills the types of bookmarksPasteboardTypes(). A bookmark without any name (no stored name,
     // no host) cannot stand in the title lists: that is a caller's mistake, answered with false,
     // an error in the domain NVBookmarkPasteboard::invalidArgumentErrorDomain and nothing
-    // written. Otherwise true.
+    // written. Otherwise true, also without a clipboard (null), when there is nothing to fill.
     static bool writeBookmarkFiles(const QList<Pointer> &bookmarks, QMimeData *pasteboard, OVError *error = nullptr);
 
 signals:

@@ -3,6 +3,7 @@
 #include "formats/RichTextAttachment.h"
 
 #include "formats/RichTextAttributes.h"
+#include "foundation/OVFileNameStrings.h"
 
 #include <QBuffer>
 #include <QFileInfo>
@@ -70,7 +71,7 @@ QString fileName(const QTextImageFormat &format)
         base = url.host();
     if (base.isEmpty())
         base = QStringLiteral("Attachment");
-    return base + QStringLiteral(".png");
+    return OVExtensions::stringByAppendingPathExtension(base, QStringLiteral("png"));
 }
 
 QByteArray contents(const QTextDocument *document, const QTextImageFormat &format)

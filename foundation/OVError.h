@@ -21,6 +21,16 @@ struct OVError
     }
     OVText description() const { return OVText {descriptionInEnglish(), localizedDescription}; }
 
+    // The whole description, as the platform's error prints itself wherever a log line embeds
+    // it, in English: Error Domain=D Code=N "TEXT" UserInfo={NSLocalizedDescription=TEXT}.
+    // The description is the only entry of the user info.
+    QString wholeDescriptionInEnglish() const
+    {
+        const QString text = descriptionInEnglish();
+        return QStringLiteral("Error Domain=%1 Code=%2 \"%3\" UserInfo={NSLocalizedDescription=%4}")
+            .arg(domain, QString::number(code), text, text);
+    }
+
     bool operator==(const OVError &other) const
     {
         return domain == other.domain && code == other.code && localizedDescription == other.localizedDescription

@@ -47,6 +47,14 @@ QString stringByDeletingPathExtension(const QString &name)
     return name.left(dot);
 }
 
+QString stringByAppendingPathExtension(const QString &path, const QString &extension)
+{
+    qsizetype end = path.size();
+    while (end > 1 && path.at(end - 1) == QLatin1Char('/'))
+        --end;
+    return path.left(end) + QLatin1Char('.') + extension;
+}
+
 QString stringSanitizedForFileName(const QString &title)
 {
     QString name = OVCharacterSet::whitespaceAndNewline().trimmed(title);

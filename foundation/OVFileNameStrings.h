@@ -42,4 +42,10 @@ QString stringWithCString(const char *bytes, OVStringEncoding encoding, qsizetyp
 QString pathExtension(const QString &name);
 QString stringByDeletingPathExtension(const QString &name);
 
+// `path` with "." and `extension` appended the way the platform appends a path extension:
+// trailing slashes of `path` are dropped first, so "Plans/" gives "Plans.nvnote". A path that
+// is nothing but slashes keeps its first one ("/" gives "/.nvnote"), leaving the slash for the
+// name rules to replace. Every path extension the program appends goes through here.
+QString stringByAppendingPathExtension(const QString &path, const QString &extension);
+
 } // namespace OVExtensions

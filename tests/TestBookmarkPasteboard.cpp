@@ -347,6 +347,26 @@ private slots:
         QCOMPARE(mime.text(), QStringLiteral("before"));
     }
 
+    void withoutAClipboardWritingStillAnswersTrue()
+    {
+        OVError error {QStringLiteral("untouched"), 7, QStringLiteral("untouched")};
+        QVERIFY(NVWebBookmarkFile::writeBookmarkFiles(
+            {NVWebBookmarkFile::bookmarkWithName(QStringLiteral("One"), url("http://one.example/"))}, nullptr, &error));
+        QVERIFY(NVWebBookmarkFile::writeBookmarkFiles({}, nullptr, &error));
+        QCOMPARE(error.domain, QStringLiteral("untouched"));
+        QCOMPARE(error.code, qint64(7));
+    }
+
+    void withoutAClipboardABookmarkWithoutAnyNameIsStillRefused()
+    {
+        OVError error;
+        QVERIFY(!NVWebBookmarkFile::writeBookmarkFiles(
+            {NVWebBookmarkFile::bookmarkWithName(QString(), url("mailto:someone@example.org"))}, nullptr, &error));
+        QCOMPARE(error.domain, QLatin1String(invalidArgumentErrorDomain));
+        QCOMPARE(error.code, nameMissingError);
+        QVERIFY(!error.localizedDescription.isEmpty());
+    }
+
     void writtenBookmarksReadBack()
     {
         QMimeData mime;

@@ -4,6 +4,7 @@
 #include "KSImportOperationInspector.h"
 #include "TestConfig.h"
 #include "engine/KSImportOperation.h"
+#include "foundation/OVPlistSerialization.h"
 
 #include <QDBusInterface>
 #include <QDBusReply>
@@ -122,6 +123,22 @@ private slots:
         const QString copy = QDir(imported.value(QStringLiteral("libraryFolder")).toString())
                                  .filePath(QStringLiteral("Kastrel.nvlibxml"));
         QVERIFY2(QFileInfo::exists(copy), qPrintable(copy));
+        // Comments that Kastrel answers as "" are left out, as absent ones are.
+        OVError error;
+        const OVPlist library = OVPlistSerialization::propertyListWithContentsOfFile(copy, nullptr, &error);
+        QVERIFY2(library.isDictionary(), qPrintable(error.localizedDescription));
+        const OVPlist entities = library.value(QStringLiteral("Entities"));
+        const OVPlist personal = entities.value(QStringLiteral("ItemGroup")).value(QStringLiteral("GRP-PERSONAL"));
+        QVERIFY(personal.isDictionary());
+        QVERIFY(!personal.contains(QStringLiteral("comments")));
+        QCOMPARE(entities.value(QStringLiteral("ItemGroup"))
+                     .value(QStringLiteral("GRP-WORK"))
+                     .value(QStringLiteral("comments"))
+                     .toString(),
+                 QStringLiteral("Office, clients and invoices"));
+        const OVPlist empty = entities.value(QStringLiteral("SmartGroup")).value(QStringLiteral("TC-EMPTY"));
+        QVERIFY(empty.isDictionary());
+        QVERIFY(!empty.contains(QStringLiteral("comments")));
         QProcess python;
         python.setProcessChannelMode(QProcess::MergedChannels);
         python.start(

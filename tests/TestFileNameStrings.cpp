@@ -261,6 +261,27 @@ private slots:
         QCOMPARE(pathExtension(QStringLiteral("dir.d/file")), QString());
         QCOMPARE(stringByDeletingPathExtension(QStringLiteral("dir.d/file")), QStringLiteral("dir.d/file"));
     }
+
+    void appendingAPathExtensionDropsTrailingSlashes()
+    {
+        QCOMPARE(stringByAppendingPathExtension(QStringLiteral("Plans"), QStringLiteral("nvnote")),
+                 QStringLiteral("Plans.nvnote"));
+        QCOMPARE(stringByAppendingPathExtension(QStringLiteral("Plans/"), QStringLiteral("nvnote")),
+                 QStringLiteral("Plans.nvnote"));
+        QCOMPARE(stringByAppendingPathExtension(QStringLiteral("Plans///"), QStringLiteral("nvnote")),
+                 QStringLiteral("Plans.nvnote"));
+        QCOMPARE(stringByAppendingPathExtension(QStringLiteral("Q1/Q2 plan"), QStringLiteral("nvnote")),
+                 QStringLiteral("Q1/Q2 plan.nvnote"));
+        QCOMPARE(stringByAppendingPathExtension(QStringLiteral("archive.tar"), QStringLiteral("gz")),
+                 QStringLiteral("archive.tar.gz"));
+        QCOMPARE(stringByAppendingPathExtension(QStringLiteral("example.com/"), QStringLiteral("webloc")),
+                 QStringLiteral("example.com.webloc"));
+        // Nothing but slashes: the first stays, for the name rules to replace.
+        QCOMPARE(stringByAppendingPathExtension(QStringLiteral("/"), QStringLiteral("nvnote")),
+                 QStringLiteral("/.nvnote"));
+        QCOMPARE(stringByAppendingPathExtension(QStringLiteral("//"), QStringLiteral("nvnote")),
+                 QStringLiteral("/.nvnote"));
+    }
 };
 
 QTEST_GUILESS_MAIN(TestFileNameStrings)

@@ -115,9 +115,9 @@ private:
         return m_apps->addKastrel(identifier, version);
     }
 
-    std::unique_ptr<KSImportOperation> run()
+    std::unique_ptr<KSImportOperation> run(const QVariantMap &options = {})
     {
-        auto operation = KSImportOperationInspector::make({}, m_delegate, m_apps);
+        auto operation = KSImportOperationInspector::make(options, m_delegate, m_apps);
         operation->main();
         return operation;
     }
@@ -230,7 +230,9 @@ private slots:
         QCOMPARE(texts,
                  (QStringList {QStringLiteral("*** Export started"),
                                QStringLiteral("Error: Error Domain=Kastrel Importer Error Domain Code=10001 "
-                                              "\"Unable to locate the Kastrel application.\""),
+                                              "\"Unable to locate the Kastrel application.\" "
+                                              "UserInfo={NSLocalizedDescription=Unable to locate the Kastrel "
+                                              "application.}"),
                                QStringLiteral("*** Export ended")}));
     }
 
@@ -243,7 +245,12 @@ private slots:
         const auto operation = run();
         QCOMPARE(m_delegate->errors.size(), 1);
         QCOMPARE(m_delegate->errors.first().code, qint64(10004));
-        QVERIFY(!m_delegate->errors.first().localizedDescription.isEmpty());
+        // A failed scripting call is told in words; its own reason goes to the log.
+        QCOMPARE(m_delegate->errors.first().localizedDescription,
+                 QStringLiteral("Kastrel did not answer as expected during the export. Nothing was handed to "
+                                "Nortavel 3; the details are in the log."));
+        QVERIFY(logTexts(plainLogPath())
+                    .contains(QStringLiteral("Scripting failure: ") + Source + QStringLiteral(": no object ") + group));
         QCOMPARE(m_delegate->events.last(), QStringLiteral("cancel"));
         QCOMPARE(m_delegate->events.count(QStringLiteral("cancel")), 1);
         QVERIFY(!m_delegate->events.contains(QStringLiteral("end")));
@@ -257,6 +264,48 @@ private slots:
         QCOMPARE(texts.last(), QStringLiteral("Removed the unfinished export folder ") + plainExportFolder());
         QVERIFY(!QFileInfo::exists(plainExportFolder()));
         QVERIFY(m_apps->importCalls().isEmpty());
+    }
+
+    void exceptionInAStageIsReportedWithItsReason()
+    {
+        InMemoryKastrel source = addSource();
+        const QString group = source.addFolderCollection(QStringLiteral("G1"), QStringLiteral("Group"));
+        m_apps->addNortavel(Target, QStringLiteral("3.5"));
+        const QString reason = QStringLiteral("The group's members could not be counted");
+        m_apps->failNextCall(QStringLiteral("elements ") + group,
+                             std::make_exception_ptr(std::runtime_error(reason.toStdString())));
+        run();
+        QCOMPARE(m_delegate->errors.size(), 1);
+        QCOMPARE(m_delegate->errors.first().code, qint64(10004));
+        QCOMPARE(m_delegate->errors.first().domain, QStringLiteral("Kastrel Importer Error Domain"));
+        QCOMPARE(m_delegate->errors.first().localizedDescription, reason);
+        QCOMPARE(m_delegate->errors.first().descriptionInEnglish(), reason);
+        QCOMPARE(m_delegate->events,
+                 (QStringList {QStringLiteral("stage Groups"), QStringLiteral("error 10004 ") + reason,
+                               QStringLiteral("cancel")}));
+        QVERIFY(logTexts(plainLogPath())
+                    .contains(QStringLiteral("Error: Error Domain=Kastrel Importer Error Domain Code=10004 \"") + reason
+                              + QStringLiteral("\" UserInfo={NSLocalizedDescription=") + reason + QStringLiteral("}")));
+    }
+
+    void scriptingFailureInAStageKeepsItsReasonForTheLog()
+    {
+        InMemoryKastrel source = addSource();
+        const QString group = source.addFolderCollection(QStringLiteral("G1"), QStringLiteral("Group"));
+        m_apps->addNortavel(Target, QStringLiteral("3.5"));
+        const QString reason = QStringLiteral("Elements of the group in com.fendwick.kastrel4 failed: it went away");
+        m_apps->failNextCall(
+            QStringLiteral("elements ") + group,
+            std::make_exception_ptr(KSScriptingException(reason, KSScriptingException::Failure::Quit, Source)));
+        run();
+        QCOMPARE(m_delegate->errors.size(), 1);
+        QCOMPARE(m_delegate->errors.first().code, qint64(10004));
+        // The person reads what became of Kastrel; the reason thrown is the log's.
+        QCOMPARE(m_delegate->errors.first().localizedDescription,
+                 QStringLiteral("Kastrel quit during the export. Nothing was handed to Nortavel 3; the details are "
+                                "in the log."));
+        QCOMPARE(m_delegate->events.last(), QStringLiteral("cancel"));
+        QVERIFY(logTexts(plainLogPath()).contains(QStringLiteral("Scripting failure: ") + reason));
     }
 
     // --- version rules ------------------------------------------------------------------
@@ -328,19 +377,22 @@ private slots:
     void unreadableSourceVersionEndsIn10004_data()
     {
         QTest::addColumn<QString>("version");
-        QTest::newRow("no dot") << QStringLiteral("5");
-        QTest::newRow("empty") << QStringLiteral("");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("no dot") << QStringLiteral("5") << QStringLiteral("The source version \"5\" has no minor part");
+        QTest::newRow("empty") << QStringLiteral("") << QStringLiteral("The source version \"\" has no minor part");
     }
 
     void unreadableSourceVersionEndsIn10004()
     {
         QFETCH(QString, version);
+        QFETCH(QString, reason);
         addSource(version);
         m_apps->addNortavel(Target, QStringLiteral("3.5"));
         run();
-        QCOMPARE(m_delegate->events.size(), 2);
-        QVERIFY(m_delegate->events.at(0).startsWith(QStringLiteral("error 10004 ")));
-        QCOMPARE(m_delegate->events.at(1), QStringLiteral("cancel"));
+        QCOMPARE(m_delegate->events, (QStringList {QStringLiteral("error 10004 ") + reason, QStringLiteral("cancel")}));
+        QCOMPARE(m_delegate->errors.size(), 1);
+        QCOMPARE(m_delegate->errors.first().localizedDescription, reason);
+        QCOMPARE(m_delegate->errors.first().descriptionInEnglish(), reason);
     }
 
     void absentSourceVersionReadsAsZero()
@@ -585,10 +637,14 @@ private slots:
         source.addMember(full, b);
         source.addMember(full, a);
         source.addFolderCollection(QStringLiteral("G2"), QStringLiteral("Empty"), QString());
+        // Comments that are there but empty are no comments either.
+        source.addFolderCollection(QStringLiteral("G3"), QStringLiteral("Blank"), QStringLiteral(""));
         m_apps->addNortavel(Target, QStringLiteral("3.5"));
         run();
         const OVPlist groups = table(writtenLibrary(), QStringLiteral("ItemGroup"));
-        QCOMPARE(groups.keys(), (QStringList {QStringLiteral("G1"), QStringLiteral("G2")}));
+        QCOMPARE(groups.keys(), (QStringList {QStringLiteral("G1"), QStringLiteral("G2"), QStringLiteral("G3")}));
+        QVERIFY(groups.value(QStringLiteral("G3")).isDictionary());
+        QVERIFY(!groups.value(QStringLiteral("G3")).contains(QStringLiteral("comments")));
         OVPlist expected = OVPlist::dictionary();
         expected.insert(QStringLiteral("com.orvantis.Nortavel.EntityName"), QStringLiteral("ItemGroup"));
         expected.insert(QStringLiteral("identifier"), QStringLiteral("G1"));
@@ -603,7 +659,7 @@ private slots:
         QVERIFY(!empty.contains(QStringLiteral("comments")));
         QVERIFY(empty.value(QStringLiteral("items")).isArray());
         QCOMPARE(empty.value(QStringLiteral("items")).size(), 0);
-        QCOMPARE(m_apps->elementFetches(QStringLiteral("databaseItems")), 2);
+        QCOMPARE(m_apps->elementFetches(QStringLiteral("databaseItems")), 3);
         QCOMPARE(m_apps->elementFetches(QStringLiteral("items")), 0);
         QVERIFY(logTexts(plainLogPath()).contains(QStringLiteral("Exporting group with identifier G1")));
     }
@@ -826,6 +882,38 @@ private slots:
                 < texts.indexOf(QStringLiteral("Exporting smart groups")));
         QVERIFY(texts.indexOf(QStringLiteral("Exporting smart groups"))
                 < texts.indexOf(QStringLiteral("Exporting labels")));
+    }
+
+    void eventsOfARunWithItemsArriveInStageOrder()
+    {
+        InMemoryKastrel source = addSource();
+        const QString note = source.addItem(KastrelItemKind::Note, QStringLiteral("N1"), QStringLiteral("Agenda"));
+        source.setExportFile(note, QStringLiteral("Agenda.txt"), "Things to do");
+        const QString bookmark
+            = source.addItem(KastrelItemKind::Bookmark, QStringLiteral("B1"), QStringLiteral("Site"));
+        source.setProperty(bookmark, QStringLiteral("location"), QStringLiteral("https://example.org/"));
+        source.addItem(KastrelItemKind::SerialNumber, QStringLiteral("S1"), QStringLiteral("Licence"));
+        source.addItem(KastrelItemKind::Password, QStringLiteral("P1"), QStringLiteral("Mail"));
+        source.addItem(KastrelItemKind::Image, QStringLiteral("I1"), QStringLiteral("Photo"));
+        const QString pdf = source.addItem(KastrelItemKind::PDFArchive, QStringLiteral("D1"), QStringLiteral("Paper"));
+        source.setExportFile(pdf, QStringLiteral("Paper.pdf"), "%PDF-1.4\n%%EOF\n");
+        source.addItem(KastrelItemKind::WebArchive, QStringLiteral("W1"), QStringLiteral("Page"));
+        source.addItem(KastrelItemKind::Image, QStringLiteral("I2"), QString()); // passed over, still counted
+        source.addFolderCollection(QStringLiteral("G1"), QStringLiteral("Group"));
+        source.addLabel(QStringLiteral("L1"), QStringLiteral("Red"), QStringLiteral("rgb 1 0 0 1"));
+        m_apps->addNortavel(Target, QStringLiteral("3.5"));
+        QVariantMap options;
+        for (const char *key : {"notes", "bookmarks", "serialNumbers", "passwords", "images", "PDFs", "webArchives"})
+            options.insert(QString::fromLatin1(key), true);
+        run(options);
+        QStringList expected {QStringLiteral("stage Groups"), QStringLiteral("stage Smart Groups"),
+                              QStringLiteral("stage Labels"), QStringLiteral("count 8 Items")};
+        for (int record = 0; record < 8; ++record)
+            expected.append(QStringLiteral("record "));
+        expected.append(QStringLiteral("end"));
+        QCOMPARE(m_delegate->events, expected);
+        QCOMPARE(m_delegate->errors.size(), 0);
+        QCOMPARE(m_apps->importCalls().size(), 1);
     }
 
     void notificationsRunOnTheMainThreadWhileTheWorkerWaits()

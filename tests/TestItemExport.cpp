@@ -495,6 +495,20 @@ private slots:
         QCOMPARE(record(QStringLiteral("N1")).value(QStringLiteral("name")), OVPlist(QStringLiteral("Q1-Q2 plan")));
     }
 
+    void noteNameEndingInASlashLosesTheSlash()
+    {
+        // Appending the extension drops a trailing slash, as for any path.
+        addNote(QStringLiteral("N1"), QStringLiteral("Plans/"));
+        addNote(QStringLiteral("N2"), QStringLiteral("Ideas//"));
+        run();
+        QCOMPARE(record(QStringLiteral("N1")).value(QStringLiteral("filename")),
+                 OVPlist(QStringLiteral("Plans.nvnote")));
+        QCOMPARE(record(QStringLiteral("N1")).value(QStringLiteral("name")), OVPlist(QStringLiteral("Plans")));
+        QVERIFY(QFileInfo(QDir(exportFolder()).filePath(QStringLiteral("Notes/Plans.nvnote"))).isDir());
+        QCOMPARE(record(QStringLiteral("N2")).value(QStringLiteral("filename")),
+                 OVPlist(QStringLiteral("Ideas.nvnote")));
+    }
+
     void serialNumbersAndPasswordsBecomeNotes()
     {
         addNote(QStringLiteral("S1"), QStringLiteral("Licence"), KastrelItemKind::SerialNumber);
@@ -655,7 +669,14 @@ private slots:
         QVERIFY(!record(QStringLiteral("B1")).isValid());
         const QString path = QDir(folder).filePath(QStringLiteral("Site.webloc"));
         QVERIFY(!QFileInfo::exists(path));
-        QVERIFY(logText().contains(QStringLiteral("Exporting bookmark file ") + path + QStringLiteral(" failed: ")));
+        // The error as a whole, its user info with it.
+        const QString failedLine = QStringLiteral("Exporting bookmark file ") + path + QStringLiteral(" failed: ");
+        const qsizetype failed = logText().indexOf(failedLine);
+        QVERIFY(failed >= 0);
+        const QString error = logText().mid(failed + failedLine.size()).section(QLatin1Char('\n'), 0, 0);
+        QVERIFY2(error.startsWith(QStringLiteral("Error Domain=")), qPrintable(error));
+        QVERIFY2(error.contains(QStringLiteral("\" UserInfo={NSLocalizedDescription=")), qPrintable(error));
+        QVERIFY2(error.endsWith(QLatin1Char('}')), qPrintable(error));
         QVERIFY(logText().contains(QStringLiteral("Item with identifier B1 (\"Site\") was not imported: ")));
         const auto problems = m_operation->itemProblems();
         QCOMPARE(problems.size(), 1);

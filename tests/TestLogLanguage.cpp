@@ -113,8 +113,25 @@ private slots:
         QCOMPARE(delegate->errors.first().descriptionInEnglish(),
                  QStringLiteral("Unable to locate the Kastrel application."));
         QVERIFY2(logTexts().contains(QStringLiteral("Error: Error Domain=Kastrel Importer Error Domain Code=10001 "
-                                                    "\"Unable to locate the Kastrel application.\"")),
+                                                    "\"Unable to locate the Kastrel application.\" "
+                                                    "UserInfo={NSLocalizedDescription=Unable to locate the Kastrel "
+                                                    "application.}")),
                  qPrintable(logTexts().join(QLatin1Char('\n'))));
+    }
+
+    void wholeDescriptionOfAnErrorIsInEnglish()
+    {
+        const OVError error {QStringLiteral("Kastrel Importer Error Domain"), 10003,
+                             QStringLiteral("Die Datenbankeinheit \u201eA\u201c konnte nicht exportiert werden."),
+                             QStringLiteral("Unable to export database item with name \"A\".")};
+        QCOMPARE(error.wholeDescriptionInEnglish(),
+                 QStringLiteral("Error Domain=Kastrel Importer Error Domain Code=10003 \"Unable to export database "
+                                "item with name \"A\".\" UserInfo={NSLocalizedDescription=Unable to export database "
+                                "item with name \"A\".}"));
+        // Text that looks like a placeholder is taken as it is.
+        const OVError untranslated {QStringLiteral("D"), -1, QStringLiteral("100% %1 %2")};
+        QCOMPARE(untranslated.wholeDescriptionInEnglish(),
+                 QStringLiteral("Error Domain=D Code=-1 \"100% %1 %2\" UserInfo={NSLocalizedDescription=100% %1 %2}"));
     }
 
     void reasonsAreGermanForThePersonAndEnglishInTheLog()

@@ -119,9 +119,40 @@ private slots:
                                                  &error));
         QCOMPARE(error.domain, RichText::ErrorDomain);
         QCOMPARE(error.code, qint64(RichText::FileReadNoSuchFileError));
-        const QString broken = makePackage(m_work.path(), QStringLiteral("Broken.nvnote"), "{\\rtf1 x}");
-        QVERIFY(writeFile(broken + QStringLiteral("/NoteAttributes"), "not an archive"));
+        const QString broken = makePackage(m_work.path(), QStringLiteral("Broken.nvnote"), "{\\rtf1 x");
+        QDir(broken).remove(QStringLiteral("TXT.rtf"));
         QVERIFY(!NVNoteFile::noteFileWithFileURL(QUrl::fromLocalFile(broken), &error));
+    }
+
+    void damagedViewStateStillOpensTheText_data()
+    {
+        QTest::addColumn<QByteArray>("archive");
+        QTest::newRow("not an archive") << QByteArray("not an archive");
+        QTest::newRow("empty") << QByteArray();
+        NVNoteAttributes::registerClass();
+        QTest::newRow("a string, not view state")
+            << OVKeyedArchiver::archivedDataWithRootObject(QVariant(QStringLiteral("view state")));
+    }
+
+    void damagedViewStateStillOpensTheText()
+    {
+        QFETCH(QByteArray, archive);
+        const QString path = makePackage(m_work.path(), QStringLiteral("Damaged.nvnote"), "{\\rtf1\\ansi Kept text}");
+        QVERIFY(writeFile(path + QStringLiteral("/NoteAttributes"), archive));
+        OVError error;
+        const auto note = NVNoteFile::noteFileWithFileURL(QUrl::fromLocalFile(path), &error);
+        QVERIFY2(note, qPrintable(error.localizedDescription));
+        QCOMPARE(note->noteText()->toPlainText(), QStringLiteral("Kept text"));
+        // What the unarchiver gives: nothing.
+        QVERIFY(!note->noteAttributes().has_value());
+        // Written again, the note is whole: its text, and no view state that was not there.
+        const QString again = m_work.filePath(QStringLiteral("Damaged again.nvnote"));
+        QVERIFY(note->writeToFile(again));
+        const auto reread = NVNoteFile::noteFileWithFileURL(QUrl::fromLocalFile(again), &error);
+        QVERIFY2(reread, qPrintable(error.localizedDescription));
+        QCOMPARE(reread->noteText()->toPlainText(), QStringLiteral("Kept text"));
+        QDir(path).removeRecursively();
+        QDir(again).removeRecursively();
     }
 
     void newNoteFileGetsItsExtensionHidden()
@@ -206,6 +237,22 @@ private slots:
         QVERIFY(!NVNoteFile::noteFileAtURLIsEmpty(url(QStringLiteral("new note 5.nvnote"))));
         // A note that cannot be read counts as empty.
         QVERIFY(NVNoteFile::noteFileAtURLIsEmpty(url(QStringLiteral("New Note 9.nvnote"))));
+    }
+
+    void emptyNewNotesWithATrailingSlash()
+    {
+        // A package is a folder, and a folder's URL often ends in a slash.
+        const QString folder = m_work.filePath(QStringLiteral("slashed"));
+        const auto url = [&](const QString &name) { return QUrl::fromLocalFile(folder + QLatin1Char('/') + name); };
+        makePackage(folder, QStringLiteral("New Note 3.nvnote"), "{\\rtf1\\ansi }");
+        makePackage(folder, QStringLiteral("New Note 3.rtfd"), "{\\rtf1\\ansi }");
+        makePackage(folder, QStringLiteral("Old New Note.nvnote"), "{\\rtf1\\ansi }");
+        makePackage(folder, QStringLiteral("New Note 4.nvnote"), "{\\rtf1\\ansi text}");
+        QVERIFY(NVNoteFile::noteFileAtURLIsEmpty(url(QStringLiteral("New Note 3.nvnote/"))));
+        QVERIFY(NVNoteFile::noteFileAtURLIsEmpty(url(QStringLiteral("New Note 3.nvnote"))));
+        QVERIFY(!NVNoteFile::noteFileAtURLIsEmpty(url(QStringLiteral("New Note 3.rtfd/"))));
+        QVERIFY(!NVNoteFile::noteFileAtURLIsEmpty(url(QStringLiteral("Old New Note.nvnote/"))));
+        QVERIFY(!NVNoteFile::noteFileAtURLIsEmpty(url(QStringLiteral("New Note 4.nvnote/"))));
     }
 
     void copiesShareNothingMutable()

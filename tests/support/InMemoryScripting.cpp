@@ -85,6 +85,7 @@ struct InMemoryScriptingState
     QStringList released;
     QList<InMemoryScripting::ImportCall> imports;
     std::function<void(const QString &)> hook;
+    QList<QPair<QString, std::exception_ptr>> callFailures;
 
     [[noreturn]] static void fail(const QString &identifier, const QString &problem)
     {
@@ -101,6 +102,12 @@ struct InMemoryScriptingState
             callHook(call);
         lock.relock();
         calls.append(call);
+        for (qsizetype index = 0; index < callFailures.size(); ++index) {
+            if (call.startsWith(callFailures.at(index).first)) {
+                const std::exception_ptr failure = callFailures.takeAt(index).second;
+                std::rethrow_exception(failure);
+            }
+        }
         auto found = applications.find(identifier);
         if (found == applications.end() || !found->running)
             fail(identifier, QStringLiteral("the application is not running (%1)").arg(call));
@@ -479,6 +486,12 @@ void InMemoryScripting::setCallHook(std::function<void(const QString &)> hook)
 {
     QMutexLocker lock(&m_state->mutex);
     m_state->hook = std::move(hook);
+}
+
+void InMemoryScripting::failNextCall(const QString &callPrefix, std::exception_ptr exception)
+{
+    QMutexLocker lock(&m_state->mutex);
+    m_state->callFailures.append({callPrefix, std::move(exception)});
 }
 
 QString InMemoryScripting::absolutePathForAppBundleWithIdentifier(const QString &identifier)

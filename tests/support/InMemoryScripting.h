@@ -19,6 +19,7 @@
 #include <QString>
 #include <QStringList>
 #include <QVariant>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -105,6 +106,11 @@ public:
     // records it), outside the double's lock, so it may change the model: remove an object
     // just before it is read, quit the application in the middle of a run.
     void setCallHook(std::function<void(const QString &call)> hook);
+
+    // The next call that begins with `callPrefix` (as calls() records it) throws `exception`
+    // instead of being answered: a scripting failure worded by the test, or any other exception
+    // a call might raise. The call is still recorded.
+    void failNextCall(const QString &callPrefix, std::exception_ptr exception);
 
     // ScriptingBackend
     QString absolutePathForAppBundleWithIdentifier(const QString &identifier) override;
