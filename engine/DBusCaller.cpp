@@ -51,7 +51,7 @@ QVariantList DBusCaller::checked(const QDBusMessage &reply, const QString &metho
 {
     if (reply.type() == QDBusMessage::ErrorMessage)
         fail(method, about, QStringLiteral("%1: %2").arg(reply.errorName(), reply.errorMessage()),
-             failureOf(reply.errorName(), reply.errorMessage()));
+             failureOf(reply.errorName(), reply.errorMessage()), reply.service());
     if (reply.type() != QDBusMessage::ReplyMessage)
         fail(method, about, QStringLiteral("no reply"), failureOf(QString()));
     if (reply.signature() != expectedSignature)
@@ -85,8 +85,8 @@ KSScriptingException::Failure DBusCaller::failureOf(const QString &errorName, co
 }
 
 void DBusCaller::fail(const QString &method, const QString &about, const QString &problem,
-                      KSScriptingException::Failure failure) const
+                      KSScriptingException::Failure failure, const QString &answeredBy) const
 {
     throw KSScriptingException(QStringLiteral("%1 of %2 in %3 failed: %4").arg(method, about, m_identifier, problem),
-                               failure, m_identifier);
+                               failure, m_identifier, answeredBy);
 }

@@ -42,7 +42,8 @@ public:
                         const QString &expectedSignature) const;
 
     [[noreturn]] void fail(const QString &method, const QString &about, const QString &problem,
-                           KSScriptingException::Failure failure = KSScriptingException::Failure::Other) const;
+                           KSScriptingException::Failure failure = KSScriptingException::Failure::Other,
+                           const QString &answeredBy = QString()) const;
 
 private:
     QDBusMessage message(const QString &method, const QVariantList &arguments) const;

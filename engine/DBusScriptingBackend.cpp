@@ -8,11 +8,15 @@
 #include "engine/KSScriptingException.h"
 
 #include <QDBusArgument>
+#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
+#include <QDBusReply>
+#include <QElapsedTimer>
 #include <QHash>
 #include <QSet>
+#include <QThread>
 
 namespace {
 
@@ -348,6 +352,33 @@ std::shared_ptr<NortavelScripting> DBusScriptingBackend::nortavelWithBundleIdent
     if (!ApplicationLocator::hasProxy(m_state->connection, identifier))
         return nullptr;
     return std::make_shared<DBusNortavelScripting>(m_state, identifier);
+}
+
+KSScriptingException::Failure DBusScriptingBackend::settledFailure(const KSScriptingException &exception)
+{
+    // Only a connection's own name says which connection refused; the bus daemon answers under
+    // its well-known name, and never leaves. A later call that started the application again
+    // does not confuse this: the new one has another name.
+    const QString sender = exception.answeredBy();
+    QDBusConnectionInterface *bus = m_state->connection.interface();
+    if (exception.failure() != KSScriptingException::Failure::Other || !sender.startsWith(QLatin1Char(':')) || !bus)
+        return exception.failure();
+    // Long enough for a loaded machine to finish closing a program, short enough not to hold
+    // up the report of an application that did refuse the call.
+    constexpr int waitMilliseconds = 2000;
+    constexpr int stepMilliseconds = 20;
+    QElapsedTimer waited;
+    waited.start();
+    for (;;) {
+        const QDBusReply<bool> registered = bus->isServiceRegistered(sender);
+        if (!registered.isValid())
+            return exception.failure();
+        if (!registered.value())
+            return KSScriptingException::Failure::Quit;
+        if (waited.elapsed() >= waitMilliseconds)
+            return exception.failure();
+        QThread::msleep(stepMilliseconds);
+    }
 }
 
 quint64 DBusScriptingBackend::roundTripCount() const

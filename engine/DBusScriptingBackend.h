@@ -29,6 +29,10 @@ public:
     QString absolutePathForAppBundleWithIdentifier(const QString &identifier) override;
     std::shared_ptr<KastrelScripting> kastrelWithBundleIdentifier(const QString &identifier) override;
     std::shared_ptr<NortavelScripting> nortavelWithBundleIdentifier(const QString &identifier) override;
+    // A refusal counts as a quit when the connection that refused leaves the bus within two
+    // seconds: an application on its way out takes its objects off the bus before it leaves
+    // it, and refuses the calls that come in between as calls to an object that is not there.
+    KSScriptingException::Failure settledFailure(const KSScriptingException &exception) override;
 
     // Calls made to the applications through this backend's connections so far (each one bus
     // round trip), from any thread.

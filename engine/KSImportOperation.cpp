@@ -132,7 +132,8 @@ void KSImportOperation::main()
             informDelegateDidEnd();
     } catch (const KSScriptingException &exception) {
         writeLog(OVStringWithFormat(QStringLiteral("Scripting failure: %@"), {exception.reason()}));
-        abort = OVMakeError(KSImportErrorDomain, KSExceptionError, describe(exception));
+        abort = OVMakeError(KSImportErrorDomain, KSExceptionError,
+                            describe(exception, m_backend->settledFailure(exception)));
     } catch (const std::exception &exception) {
         abort = OVMakeError(KSImportErrorDomain, KSExceptionError,
                             OVText::untranslated(QString::fromUtf8(exception.what())));
@@ -148,13 +149,13 @@ void KSImportOperation::main()
     log->close();
 }
 
-OVText KSImportOperation::describe(const KSScriptingException &exception) const
+OVText KSImportOperation::describe(const KSScriptingException &exception, KSScriptingException::Failure failure) const
 {
     const bool fromTarget
         = exception.application() == targetIdentifier || exception.application() == sandboxedTargetIdentifier;
     const QString application = fromTarget ? QStringLiteral("Nortavel 3") : QStringLiteral("Kastrel");
     OVText what;
-    switch (exception.failure()) {
+    switch (failure) {
     case KSScriptingException::Failure::Quit:
         what = OVLocalizedTextWithFormat(QT_TRANSLATE_NOOP("KastrelImporter", "%@ quit"), {application});
         break;

@@ -250,8 +250,9 @@ private:
     // Removes the export folder of a run that was cancelled or stopped by an error.
     void removeUnusedExportFolder();
     // The error text for a failure of the connection to an application: which one, what
-    // happened, and the item being exported; the bus's own words go to the log.
-    OVText describe(const KSScriptingException &exception) const;
+    // happened (`failure`, as settled by the backend), and the item being exported; the bus's
+    // own words go to the log.
+    OVText describe(const KSScriptingException &exception, KSScriptingException::Failure failure) const;
     // Writes the library file and reads it back: a file the target could not parse, or that
     // names a file other than `itemFiles`, is never handed over. Reports error 10002 on failure.
     bool writeLibraryFile(const QString &libraryFile, const QSet<QString> &itemFiles);

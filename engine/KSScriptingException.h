@@ -17,10 +17,11 @@ public:
     };
 
     explicit KSScriptingException(const QString &reason, Failure failure = Failure::Other,
-                                  const QString &application = QString())
+                                  const QString &application = QString(), const QString &answeredBy = QString())
         : std::runtime_error(reason.toStdString())
         , m_failure(failure)
         , m_application(application)
+        , m_answeredBy(answeredBy)
     { }
 
     // The reason as the log shows it, with the bus's own words.
@@ -28,8 +29,12 @@ public:
     Failure failure() const { return m_failure; }
     // The bus name of the application the call went to; empty when not known.
     QString application() const { return m_application; }
+    // The bus connection (its unique name) that refused the call with an error; empty when the
+    // call had no such answer.
+    QString answeredBy() const { return m_answeredBy; }
 
 private:
     Failure m_failure;
     QString m_application;
+    QString m_answeredBy;
 };

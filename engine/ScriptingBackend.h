@@ -8,6 +8,8 @@
 // QDBusObjectPath for object references. Objects are named by their object paths.
 #pragma once
 
+#include "engine/KSScriptingException.h"
+
 #include <QStringList>
 #include <QVariant>
 #include <QVariantMap>
@@ -96,4 +98,11 @@ public:
 
     // The same for a target application.
     virtual std::shared_ptr<NortavelScripting> nortavelWithBundleIdentifier(const QString &identifier) = 0;
+
+    // What became of the application of a failed call, told once the failure ends a run: it
+    // may be clear only a moment later that a refusal came from an application on its way out.
+    virtual KSScriptingException::Failure settledFailure(const KSScriptingException &exception)
+    {
+        return exception.failure();
+    }
 };

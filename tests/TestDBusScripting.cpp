@@ -28,7 +28,9 @@
 #include <QTemporaryDir>
 #include <QThread>
 #include <QtTest>
+#include <atomic>
 #include <functional>
+#include <optional>
 
 namespace {
 
@@ -57,6 +59,11 @@ public:
                                                          QStringLiteral("not now: %1").arg(key)));
                 return true;
             }
+        }
+        if (const auto refusal = refusals.constFind(message.member()); refusal != refusals.constEnd()) {
+            connection.send(message.createErrorReply(*refusal, QStringLiteral("No such object path '/'")));
+            ++refusedCalls;
+            return true;
         }
         if (const auto replacement = replacements.constFind(message.member()); replacement != replacements.constEnd()) {
             connection.send(message.createReply(*replacement));
@@ -126,6 +133,8 @@ public:
     QHash<QString, QString> exports; // item -> answer
     QHash<QString, QVariantList> replacements; // member -> reply arguments to answer instead
     QSet<QString> failOnce; // "container element" of Elements calls answered once with an error
+    QHash<QString, QString> refusals; // member -> name of the error that answers every such call
+    std::atomic<int> refusedCalls {0};
     QStringList calls;
     QList<QDBusMessage> received;
 };
@@ -762,6 +771,55 @@ private slots:
         QVERIFY2(failure.contains(Kastrel4) && failure.contains(QLatin1String("ServiceUnknown")), qPrintable(failure));
         QVERIFY(!scriptingFailureOf([&] { kastrel->labels().count(); }).isNull());
         QVERIFY(!KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4));
+    }
+
+    // A program on its way out takes its objects off the bus before it leaves it; a call that
+    // comes in between is refused as if the object were not there. Whether the refusing
+    // connection then leaves tells that apart from a real refusal.
+    void refusalOfAnApplicationThatThenLeavesIsAQuit()
+    {
+        auto host = std::make_unique<PeerHost>(Kastrel4);
+        fillLibrary(host->peer, QStringLiteral("2.1"));
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+        const QList<KastrelDatabaseItem> notes = kastrel->noteItems().get();
+        host->peer.refusals.insert(QStringLiteral("Export"),
+                                   QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"));
+        const std::optional<KSScriptingException> failure
+            = scriptingExceptionOf([&] { kastrel->exportTo(notes, QDir::tempPath()); });
+        QVERIFY(failure);
+        QCOMPARE(failure->failure(), KSScriptingException::Failure::Other);
+        QVERIFY2(failure->answeredBy().startsWith(QLatin1Char(':')), qPrintable(failure->answeredBy()));
+        QVERIFY(failure->reason().contains(QLatin1String("org.freedesktop.DBus.Error.UnknownObject")));
+
+        // It leaves a moment after the refusal, while the failure is being settled.
+        std::optional<KSScriptingException::Failure> settled;
+        std::unique_ptr<QThread> settling(QThread::create([&] { settled = backend.settledFailure(*failure); }));
+        settling->start();
+        QThread::msleep(300);
+        host->quit();
+        QVERIFY(settling->wait(30000));
+        QCOMPARE(settled, std::optional(KSScriptingException::Failure::Quit));
+    }
+
+    void refusalOfAnApplicationThatStaysIsNoQuit()
+    {
+        PeerHost host(Kastrel4);
+        fillLibrary(host.peer, QStringLiteral("2.1"));
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+        const QList<KastrelDatabaseItem> notes = kastrel->noteItems().get();
+        host.peer.refusals.insert(QStringLiteral("Export"), QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"));
+        const std::optional<KSScriptingException> failure
+            = scriptingExceptionOf([&] { kastrel->exportTo(notes, QDir::tempPath()); });
+        QVERIFY(failure);
+        QCOMPARE(host.peer.refusedCalls.load(), 1);
+        QCOMPARE(backend.settledFailure(*failure), KSScriptingException::Failure::Other);
+        // Failures the bus itself tells are settled already.
+        const KSScriptingException gone(QStringLiteral("gone"), KSScriptingException::Failure::Quit, Kastrel4);
+        QCOMPARE(backend.settledFailure(gone), KSScriptingException::Failure::Quit);
+        const KSScriptingException wrongType(QStringLiteral("wrong type"));
+        QCOMPARE(backend.settledFailure(wrongType), KSScriptingException::Failure::Other);
     }
 
     void drivesTheTarget()

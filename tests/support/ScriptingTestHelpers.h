@@ -6,17 +6,25 @@
 
 #include <QByteArray>
 #include <QString>
+#include <optional>
+
+// Runs `call` and answers the scripting exception it throws, or none.
+template<typename Call> std::optional<KSScriptingException> scriptingExceptionOf(Call call)
+{
+    try {
+        call();
+    } catch (const KSScriptingException &exception) {
+        return exception;
+    }
+    return std::nullopt;
+}
 
 // Runs `call` and answers the reason of the scripting exception it throws, or a null string
 // when it throws none.
 template<typename Call> QString scriptingFailureOf(Call call)
 {
-    try {
-        call();
-    } catch (const KSScriptingException &exception) {
-        return exception.reason();
-    }
-    return QString();
+    const std::optional<KSScriptingException> exception = scriptingExceptionOf(call);
+    return exception ? exception->reason() : QString();
 }
 
 // Writes `contents` to `path`, creating its folders; a failure fails the current test.
