@@ -104,23 +104,6 @@ public:
 
 const QByteArray rtfNote = "{\\rtf1\\ansi{\\fonttbl\\f0\\fswiss Helvetica;}\\f0\\fs24 Hello {\\b bold} world}";
 
-QByteArray pdfByCreator(const QByteArray &creator)
-{
-    const QList<QByteArray> objects
-        = {"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
-           "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 10 10] >>", "<< /Creator (" + creator + ") >>"};
-    QByteArray pdf = "%PDF-1.4\n";
-    QByteArray offsets;
-    for (int i = 0; i < objects.size(); ++i) {
-        offsets += QByteArray::number(pdf.size()).rightJustified(10, '0') + " 00000 n \n";
-        pdf += QByteArray::number(i + 1) + " 0 obj\n" + objects.at(i) + "\nendobj\n";
-    }
-    const qsizetype xref = pdf.size();
-    pdf += "xref\n0 5\n0000000000 65535 f \n" + offsets + "trailer\n<< /Size 5 /Root 1 0 R /Info 4 0 R >>\nstartxref\n"
-        + QByteArray::number(xref) + "\n%%EOF\n";
-    return pdf;
-}
-
 // What one run left behind, for comparing runs.
 struct Outcome
 {
@@ -178,7 +161,9 @@ private:
             const QString pdf = source().addItem(KastrelItemKind::PDFArchive, QStringLiteral("P%1").arg(i),
                                                  i == 2 ? QString() : QStringLiteral("Paper"));
             // Every PDF is staged under the same name: each must still arrive, numbered.
-            source().setExportFile(pdf, QStringLiteral("Paper.pdf"), pdfByCreator(i % 2 ? "Safari" : "Writer"));
+            source().setExportFile(
+                pdf, QStringLiteral("Paper.pdf"),
+                TestSupport::pdfBytes(i % 2 ? QStringLiteral("Safari") : QStringLiteral("Writer"), QString()));
         }
         for (int i = 0; i < 5; ++i) {
             const QString archive
@@ -381,7 +366,8 @@ private slots:
         for (int i = 0; i < 4; ++i) {
             const QString pdf
                 = source().addItem(KastrelItemKind::PDFArchive, QStringLiteral("P%1").arg(i), QStringLiteral("Same"));
-            source().setExportFile(pdf, QStringLiteral("Same.pdf"), pdfByCreator("Writer"));
+            source().setExportFile(pdf, QStringLiteral("Same.pdf"),
+                                   TestSupport::pdfBytes(QStringLiteral("Writer"), QString()));
         }
         const Outcome outcome = run(3);
         QStringList folders;

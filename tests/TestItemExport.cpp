@@ -76,36 +76,6 @@ QString logText()
     return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
 }
 
-// A small PDF whose document information holds `creator` and `subject` (left out when null).
-QByteArray pdfWith(const QString &creator, const QString &subject)
-{
-    QByteArray info = "<<";
-    if (!creator.isNull())
-        info += " /Creator (" + creator.toLatin1() + ")";
-    if (!subject.isNull())
-        info += " /Subject (" + subject.toLatin1() + ")";
-    info += " >>";
-    const QList<QByteArray> objects = {
-        "<< /Type /Catalog /Pages 2 0 R >>",
-        "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
-        "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 200 200] >>",
-        info,
-    };
-    QByteArray pdf = "%PDF-1.4\n";
-    QList<qsizetype> offsets;
-    for (int i = 0; i < objects.size(); ++i) {
-        offsets.append(pdf.size());
-        pdf += QByteArray::number(i + 1) + " 0 obj\n" + objects.at(i) + "\nendobj\n";
-    }
-    const qsizetype xref = pdf.size();
-    pdf += "xref\n0 " + QByteArray::number(objects.size() + 1) + "\n0000000000 65535 f \n";
-    for (const qsizetype offset : offsets)
-        pdf += QByteArray::number(offset).rightJustified(10, '0') + " 00000 n \n";
-    pdf += "trailer\n<< /Size " + QByteArray::number(objects.size() + 1) + " /Root 1 0 R /Info 4 0 R >>\nstartxref\n"
-        + QByteArray::number(xref) + "\n%%EOF\n";
-    return pdf;
-}
-
 const QByteArray rtfNote = "{\\rtf1\\ansi\\ansicpg1252\\cocoartf2761\n{\\fonttbl\\f0\\fswiss\\fcharset0 Helvetica;}\n"
                            "\\f0\\fs24 \\cf0 Hello {\\b bold} world\\\nsecond line}";
 
@@ -239,7 +209,8 @@ private slots:
         source().addItem(KastrelItemKind::Image, QStringLiteral("I1"), QStringLiteral(""));
         source().addItem(KastrelItemKind::WebArchive, QStringLiteral("W1"), QStringLiteral("Page"));
         const QString pdf = source().addItem(KastrelItemKind::PDFArchive, QStringLiteral("P1"), QStringLiteral("Doc"));
-        source().setExportFile(pdf, QStringLiteral("Doc.pdf"), pdfWith(QStringLiteral("Writer"), QString()));
+        source().setExportFile(pdf, QStringLiteral("Doc.pdf"),
+                               TestSupport::pdfBytes(QStringLiteral("Writer"), QString()));
         QVariantMap options = allOptions();
         options.insert(QStringLiteral("bookmarks"), false);
         run(options);
@@ -259,7 +230,8 @@ private slots:
             = source().addItem(KastrelItemKind::Bookmark, QStringLiteral("B1"), QStringLiteral("Site"));
         const QString image = source().addItem(KastrelItemKind::Image, QStringLiteral("I1"), QStringLiteral("Photo"));
         const QString pdf = source().addItem(KastrelItemKind::PDFArchive, QStringLiteral("P1"), QStringLiteral("Doc"));
-        source().setExportFile(pdf, QStringLiteral("Doc.pdf"), pdfWith(QStringLiteral("Writer"), QString()));
+        source().setExportFile(pdf, QStringLiteral("Doc.pdf"),
+                               TestSupport::pdfBytes(QStringLiteral("Writer"), QString()));
         QStringList readAfterRelease;
         m_apps->setCallHook([this, &readAfterRelease](const QString &call) {
             const QStringList words = call.split(QLatin1Char(' '));
@@ -718,7 +690,7 @@ private slots:
         const QString path = dir.filePath(QStringLiteral("test.pdf"));
         QFile file(path);
         QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(pdfWith(creator, subject));
+        file.write(TestSupport::pdfBytes(creator, subject));
         file.close();
         QCOMPARE(KSImportOperationInspector::itemTypeForPDFAtPath(path), type);
     }
@@ -760,12 +732,15 @@ private slots:
     {
         const QDateTime modified(QDate(2018, 1, 2), QTime(3, 4, 5), Qt::UTC);
         const QString web = source().addItem(KastrelItemKind::PDFArchive, QStringLiteral("P1"), QStringLiteral("Page"));
-        source().setExportFile(web, QStringLiteral("Name.pdf"), pdfWith(QStringLiteral("Safari"), QString()));
+        source().setExportFile(web, QStringLiteral("Name.pdf"),
+                               TestSupport::pdfBytes(QStringLiteral("Safari"), QString()));
         source().setProperty(web, QStringLiteral("modificationDate"), modified);
         const QString doc1 = source().addItem(KastrelItemKind::PDFArchive, QStringLiteral("P2"), QStringLiteral("Doc"));
-        source().setExportFile(doc1, QStringLiteral("Name.pdf"), pdfWith(QStringLiteral("Safari 5.1"), QString()));
+        source().setExportFile(doc1, QStringLiteral("Name.pdf"),
+                               TestSupport::pdfBytes(QStringLiteral("Safari 5.1"), QString()));
         const QString doc2 = source().addItem(KastrelItemKind::PDFArchive, QStringLiteral("P3"), QStringLiteral("Doc"));
-        source().setExportFile(doc2, QStringLiteral("Name.pdf"), pdfWith(QStringLiteral("Pages"), QString()));
+        source().setExportFile(doc2, QStringLiteral("Name.pdf"),
+                               TestSupport::pdfBytes(QStringLiteral("Pages"), QString()));
         run();
         const QString documents = QDir(exportFolder()).filePath(QStringLiteral("Documents"));
         const QString webPages = QDir(exportFolder()).filePath(QStringLiteral("Web Pages"));
@@ -791,7 +766,8 @@ private slots:
             QSKIP("needs root to mark the destination folder immutable");
         const QString pdf
             = source().addItem(KastrelItemKind::PDFArchive, QStringLiteral("P1"), QStringLiteral("Stuck"));
-        source().setExportFile(pdf, QStringLiteral("Stuck.pdf"), pdfWith(QStringLiteral("Writer"), QString()));
+        source().setExportFile(pdf, QStringLiteral("Stuck.pdf"),
+                               TestSupport::pdfBytes(QStringLiteral("Writer"), QString()));
         const QString documents = QDir(exportFolder()).filePath(QStringLiteral("Documents"));
         bool locked = false;
         m_apps->setCallHook([&](const QString &call) {

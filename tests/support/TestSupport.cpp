@@ -53,6 +53,35 @@ QByteArray pngBytes(int width, int height, const QColor &color)
     return bytes;
 }
 
+QByteArray pdfBytes(const QString &creator, const QString &subject)
+{
+    QByteArray info = "<<";
+    if (!creator.isNull())
+        info += " /Creator (" + creator.toLatin1() + ")";
+    if (!subject.isNull())
+        info += " /Subject (" + subject.toLatin1() + ")";
+    info += " >>";
+    const QList<QByteArray> objects = {
+        "<< /Type /Catalog /Pages 2 0 R >>",
+        "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
+        "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 200 200] >>",
+        info,
+    };
+    QByteArray pdf = "%PDF-1.4\n";
+    QList<qsizetype> offsets;
+    for (int i = 0; i < objects.size(); ++i) {
+        offsets.append(pdf.size());
+        pdf += QByteArray::number(i + 1) + " 0 obj\n" + objects.at(i) + "\nendobj\n";
+    }
+    const qsizetype xref = pdf.size();
+    pdf += "xref\n0 " + QByteArray::number(objects.size() + 1) + "\n0000000000 65535 f \n";
+    for (const qsizetype offset : offsets)
+        pdf += QByteArray::number(offset).rightJustified(10, '0') + " 00000 n \n";
+    pdf += "trailer\n<< /Size " + QByteArray::number(objects.size() + 1) + " /Root 1 0 R /Info 4 0 R >>\nstartxref\n"
+        + QByteArray::number(xref) + "\n%%EOF\n";
+    return pdf;
+}
+
 bool startStandin(QProcess &process, const QString &program, const QStringList &arguments, int timeoutMs)
 {
     process.setProcessChannelMode(QProcess::ForwardedErrorChannel);

@@ -27,6 +27,8 @@ bool writeFile(const QString &path, const QByteArray &contents);
 QByteArray fileContents(const QString &path);
 // A PNG image of one colour.
 QByteArray pngBytes(int width, int height, const QColor &color);
+// A one-page PDF whose document information holds `creator` and `subject` (left out when null).
+QByteArray pdfBytes(const QString &creator, const QString &subject);
 
 // Starts a stand-in application (its errors go to the test's) and waits until it prints its
 // ready line, which it does once it owns its name on the bus. False when it did not start,
