@@ -28,11 +28,6 @@ QString escapedForBody(QString text)
 
 } // namespace
 
-QString KSDesktopNotifier::desktopEntry()
-{
-    return KastrelImporter::desktopEntryName();
-}
-
 bool KSDesktopNotifier::notify(const QString &summary, const QString &body)
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
@@ -42,9 +37,9 @@ bool KSDesktopNotifier::notify(const QString &summary, const QString &body)
     }
     QDBusMessage call = QDBusMessage::createMethodCall(NotificationService, NotificationPath, NotificationService,
                                                        QStringLiteral("Notify"));
-    const QVariantMap hints {{QStringLiteral("desktop-entry"), desktopEntry()}};
-    call << KastrelImporter::applicationName() << uint(0) << desktopEntry() << summary << escapedForBody(body)
-         << QStringList() << hints << int(-1);
+    const QVariantMap hints {{QStringLiteral("desktop-entry"), KastrelImporter::desktopEntryName()}};
+    call << KastrelImporter::applicationName() << uint(0) << KastrelImporter::desktopEntryName() << summary
+         << escapedForBody(body) << QStringList() << hints << int(-1);
     // Sent without awaiting a reply: an error (no such service) or a late answer is dropped.
     if (!bus.send(call)) {
         qDebug() << "The end of the export could not be notified:" << bus.lastError().message();

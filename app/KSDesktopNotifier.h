@@ -18,9 +18,6 @@ public:
     // An export shorter than this is still in the person's mind when it ends.
     static constexpr std::chrono::milliseconds DefaultMinimumDuration {5000};
 
-    // The desktop entry the notification belongs to, also the name of its icon.
-    static QString desktopEntry();
-
     explicit KSDesktopNotifier(std::chrono::milliseconds minimumDuration = DefaultMinimumDuration)
         : m_minimumDuration(minimumDuration)
     { }

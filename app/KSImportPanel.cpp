@@ -219,11 +219,11 @@ void KSImportPanel::importOperationDidEncounterError(KSImportOperation *operatio
     const QString errorText = error.localizedDescription.isEmpty()
         ? OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "An unknown error occurred."))
         : error.localizedDescription;
-    tellADistractedPerson(KSDesktopNotifier::Ending::Failed,
-                          errorText + QLatin1Char('\n') + whatWasHanded(reportOf(operation)));
+    const KSExportReport report = reportOf(operation);
+    tellADistractedPerson(KSDesktopNotifier::Ending::Failed, errorText + QLatin1Char('\n') + whatWasHanded(report));
     KSAlert alert;
     alert.messageText = OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "An error occurred while exporting."));
-    alert.informativeText = errorText + QStringLiteral("\n\n") + whatReachedTheTarget(operation);
+    alert.informativeText = errorText + QStringLiteral("\n\n") + whatReachedTheTarget(report);
     alert.buttons = QStringList {OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Quit"))};
     alert.runModal(this);
     // No export goes on past an error shown to the person: whatever the engine still sends
@@ -235,10 +235,11 @@ void KSImportPanel::importOperationDidEncounterError(KSImportOperation *operatio
 
 void KSImportPanel::importOperationDidCancel(KSImportOperation *operation)
 {
-    tellADistractedPerson(KSDesktopNotifier::Ending::Cancelled, whatWasHanded(reportOf(operation)));
+    const KSExportReport report = reportOf(operation);
+    tellADistractedPerson(KSDesktopNotifier::Ending::Cancelled, whatWasHanded(report));
     KSAlert alert;
     alert.messageText = OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "The export was cancelled."));
-    alert.informativeText = whatReachedTheTarget(operation);
+    alert.informativeText = whatReachedTheTarget(report);
     alert.buttons = QStringList {OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Quit"))};
     alert.runModal(this);
     finishSheet(0);
@@ -292,9 +293,8 @@ QString KSImportPanel::whatWasHanded(const KSExportReport &report)
         : OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "The library was handed to Nortavel 3."));
 }
 
-QString KSImportPanel::whatReachedTheTarget(KSImportOperation *operation) const
+QString KSImportPanel::whatReachedTheTarget(const KSExportReport &report)
 {
-    const KSExportReport report = reportOf(operation);
     const QString handed = whatWasHanded(report);
     if (report.logFile.isEmpty())
         return handed + QLatin1Char(' ')

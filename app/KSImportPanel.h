@@ -91,8 +91,7 @@ private:
     void stopFollowingOperation();
     void setTitleAndInformation(const QString &title, const QString &information);
     // Whether anything reached the target, and where the log is: what every alert ends with.
-    // (`operation` null: the sheet's own run, if any.)
-    QString whatReachedTheTarget(KSImportOperation *operation) const;
+    static QString whatReachedTheTarget(const KSExportReport &report);
     // The account of `operation` (null: the sheet's own run; none: an empty one).
     KSExportReport reportOf(KSImportOperation *operation) const;
     // "Nothing was handed to Nortavel 3." or "The library was handed to Nortavel 3."

@@ -1,6 +1,6 @@
 #include "app/KSLauncherProgress.h"
 
-#include "app/KSDesktopNotifier.h"
+#include "cli/AppVersion.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -14,7 +14,7 @@ KSLauncherProgress::~KSLauncherProgress()
 
 QString KSLauncherProgress::applicationUri()
 {
-    return QStringLiteral("application://") + KSDesktopNotifier::desktopEntry() + QStringLiteral(".desktop");
+    return QStringLiteral("application://") + KastrelImporter::desktopEntryName() + QStringLiteral(".desktop");
 }
 
 QString KSLauncherProgress::objectPath()
