@@ -6,6 +6,8 @@ file(WRITE ${script} "include(${MODULE})\nki_require_tests(TestThatWasRenamed)\n
 execute_process(COMMAND ${CMAKE_COMMAND} -P ${script} RESULT_VARIABLE result OUTPUT_VARIABLE output
                 ERROR_VARIABLE output)
 file(REMOVE ${script})
+# CMake wraps the message across lines.
+string(REGEX REPLACE "[ \n]+" " " output "${output}")
 if(result EQUAL 0 OR NOT output MATCHES "wires the test \"TestThatWasRenamed\", but no test program has")
     message(FATAL_ERROR "a missing test name should stop the configure step (status ${result}):\n${output}")
 endif()
