@@ -1,12 +1,13 @@
 #include "app/AppController.h"
 
+#include "app/KSAppLog.h"
 #include "app/KSApplicationTermination.h"
 #include "app/KSFocusStyle.h"
 #include "app/KSImportPanel.h"
 #include "app/KSInterfaceTexts.h"
 #include "app/KSNotesAppearance.h"
 #include "app/KSOptionsPanel.h"
-#include "cli/KSImportOptions.h"
+#include "engine/KSImportOptions.h"
 #include "formats/RichTextReader.h"
 #include "ui_MainWindow.h"
 
@@ -35,8 +36,6 @@ AppController::AppController(std::shared_ptr<ScriptingBackend> backend, QObject 
     , m_ui(std::make_unique<Ui::MainWindow>())
 {
     initializeResources();
-    m_importOptions = KSImportOptions::allOptions(true);
-
     KSFocusStyle::installOnDefaultStyle();
     m_ui->setupUi(m_infoWindow.get());
     KSInterfaceTexts::localize(m_infoWindow.get());
@@ -68,7 +67,7 @@ void AppController::applicationWillFinishLaunching()
         if (RichTextReader::read(&notes, document, QStringLiteral("Notes.rtf"), nullptr, &error))
             notesTextView()->setDocument(document);
         else
-            qWarning() << "The notes could not be read:" << error.localizedDescription;
+            qCWarning(lcApp) << "The notes could not be read:" << error.localizedDescription;
     }
     KSNotesAppearance::follow(notesTextView());
     m_ui->importButton->setFocus(Qt::OtherFocusReason);
@@ -100,7 +99,7 @@ void AppController::showOptions()
         if (returnCode != 1)
             return;
         m_importOptions = m_optionsPanel->importOptions();
-        qInfo("Import options are: %s", qPrintable(KSImportOptions::description(m_importOptions)));
+        qCInfo(lcApp, "Import options are: %s", qPrintable(m_importOptions.description()));
     });
 }
 

@@ -4,6 +4,8 @@
 // ever it ended, the application quits: one run of the application makes one export.
 #pragma once
 
+#include "engine/KSImportOptions.h"
+
 #include <QObject>
 #include <QVariantMap>
 #include <memory>
@@ -32,7 +34,7 @@ public:
     // Null until first used.
     KSImportPanel *importPanel() const { return m_importPanel.get(); }
     KSOptionsPanel *optionsPanel() const { return m_optionsPanel.get(); }
-    const QVariantMap &importOptions() const { return m_importOptions; }
+    const KSImportOptions &importOptions() const { return m_importOptions; }
 
     // Closing the information window quits.
     bool applicationShouldTerminateAfterLastWindowClosed() const { return true; }
@@ -63,5 +65,5 @@ private:
     std::unique_ptr<Ui::MainWindow> m_ui;
     std::unique_ptr<KSImportPanel> m_importPanel;
     std::unique_ptr<KSOptionsPanel> m_optionsPanel;
-    QVariantMap m_importOptions;
+    KSImportOptions m_importOptions;
 };

@@ -1,6 +1,6 @@
 #include "app/KSApplicationIcon.h"
 
-#include "cli/AppVersion.h"
+#include "foundation/AppVersion.h"
 
 #include <QGuiApplication>
 

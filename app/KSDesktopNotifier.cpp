@@ -1,6 +1,7 @@
 #include "app/KSDesktopNotifier.h"
 
-#include "cli/AppVersion.h"
+#include "app/KSAppLog.h"
+#include "foundation/AppVersion.h"
 #include "foundation/OVLocalization.h"
 
 #include <QDBusConnection>
@@ -32,7 +33,7 @@ bool KSDesktopNotifier::notify(const QString &summary, const QString &body)
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
-        qDebug("No session bus: the end of the export is not notified.");
+        qCDebug(lcApp, "No session bus: the end of the export is not notified.");
         return false;
     }
     QDBusMessage call = QDBusMessage::createMethodCall(NotificationService, NotificationPath, NotificationService,
@@ -42,7 +43,7 @@ bool KSDesktopNotifier::notify(const QString &summary, const QString &body)
          << escapedForBody(body) << QStringList() << hints << int(-1);
     // Sent without awaiting a reply: an error (no such service) or a late answer is dropped.
     if (!bus.send(call)) {
-        qDebug() << "The end of the export could not be notified:" << bus.lastError().message();
+        qCDebug(lcApp) << "The end of the export could not be notified:" << bus.lastError().message();
         return false;
     }
     return true;

@@ -125,7 +125,7 @@ void KSImportPanel::setTitleAndInformation(const QString &title, const QString &
     setInformationMessage(information);
 }
 
-void KSImportPanel::showSheetOnWindow(QWidget *parentWindow, const QVariantMap &importOptions,
+void KSImportPanel::showSheetOnWindow(QWidget *parentWindow, const KSImportOptions &importOptions,
                                       CompletionHandler completionHandler)
 {
     if (m_runner.operation()) {

@@ -12,6 +12,7 @@
 #include "app/KSLauncherProgress.h"
 #include "app/KSSheet.h"
 #include "engine/KSImportOperationDelegate.h"
+#include "engine/KSImportOptions.h"
 #include "engine/KSImportRunner.h"
 
 #include <QElapsedTimer>
@@ -48,7 +49,7 @@ public:
 
     // Shows the sheet on `parentWindow` and starts an export with `importOptions` on the
     // sheet's worker thread; `completionHandler` gets the return code when the sheet ends.
-    void showSheetOnWindow(QWidget *parentWindow, const QVariantMap &importOptions,
+    void showSheetOnWindow(QWidget *parentWindow, const KSImportOptions &importOptions,
                            CompletionHandler completionHandler);
 
     // The run begun last, while the sheet keeps it (for summaries and tests).

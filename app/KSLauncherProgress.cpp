@@ -1,6 +1,7 @@
 #include "app/KSLauncherProgress.h"
 
-#include "cli/AppVersion.h"
+#include "app/KSAppLog.h"
+#include "foundation/AppVersion.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -61,5 +62,5 @@ void KSLauncherProgress::send(const QVariantMap &properties)
                                                      QStringLiteral("Update"));
     update << applicationUri() << properties;
     if (!bus.send(update))
-        qDebug("The task bar's progress could not be sent.");
+        qCDebug(lcApp, "The task bar's progress could not be sent.");
 }

@@ -11,6 +11,11 @@ namespace {
 
 const char *const OptionKeyProperty = "optionKey";
 
+std::optional<KSImportKind> kindOfBox(const QCheckBox *box)
+{
+    return KSImportOptions::kindForKey(box->property(OptionKeyProperty).toString());
+}
+
 } // namespace
 
 KSOptionsPanel::KSOptionsPanel(QWidget *parent)
@@ -25,10 +30,10 @@ KSOptionsPanel::KSOptionsPanel(QWidget *parent)
     // Each box stores a boolean under its key as soon as it is ticked or cleared.
     const auto boxes = findChildren<QCheckBox *>();
     for (QCheckBox *box : boxes) {
-        const QString key = box->property(OptionKeyProperty).toString();
-        if (key.isEmpty())
+        const std::optional<KSImportKind> kind = kindOfBox(box);
+        if (!kind)
             continue;
-        connect(box, &QCheckBox::toggled, this, [this, key](bool checked) { m_importOptions.insert(key, checked); });
+        connect(box, &QCheckBox::toggled, this, [this, kind](bool checked) { m_importOptions.set(*kind, checked); });
     }
 }
 
@@ -44,7 +49,7 @@ QCheckBox *KSOptionsPanel::checkBoxForKey(const QString &key) const
     return nullptr;
 }
 
-void KSOptionsPanel::showOptionsSheetOnWindow(QWidget *parentWindow, const QVariantMap &options,
+void KSOptionsPanel::showOptionsSheetOnWindow(QWidget *parentWindow, const KSImportOptions &options,
                                               CompletionHandler completionHandler)
 {
     m_importOptions = options;
@@ -56,23 +61,19 @@ void KSOptionsPanel::showOptions()
 {
     const auto boxes = findChildren<QCheckBox *>();
     for (QCheckBox *box : boxes) {
-        const QString key = box->property(OptionKeyProperty).toString();
-        if (key.isEmpty())
+        const std::optional<KSImportKind> kind = kindOfBox(box);
+        if (!kind)
             continue;
-        // Blocked, so showing a value does not store it: a key missing from the options
-        // stays missing until the person ticks its box.
         const QSignalBlocker blocker(box);
-        box->setChecked(m_importOptions.value(key).toBool());
+        box->setChecked(m_importOptions.contains(*kind));
     }
 }
 
 void KSOptionsPanel::saveOptions()
 {
-    for (auto option = m_importOptions.cbegin(); option != m_importOptions.cend(); ++option) {
-        if (option.value().toBool()) {
-            endSheet(1);
-            return;
-        }
+    if (!m_importOptions.isEmpty()) {
+        endSheet(1);
+        return;
     }
     KSAlert alert;
     alert.messageText = OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "No types selected!"));

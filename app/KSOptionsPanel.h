@@ -5,6 +5,7 @@
 #pragma once
 
 #include "app/KSSheet.h"
+#include "engine/KSImportOptions.h"
 
 #include <QVariantMap>
 #include <memory>
@@ -23,11 +24,11 @@ public:
     ~KSOptionsPanel() override;
 
     // The options being edited: a copy of those last passed in, changed by the check boxes.
-    const QVariantMap &importOptions() const { return m_importOptions; }
+    const KSImportOptions &importOptions() const { return m_importOptions; }
 
     // Shows the sheet on `parentWindow` with a copy of `options`; `completionHandler` gets 1
     // when the choice is confirmed, 0 when the sheet is cancelled.
-    void showOptionsSheetOnWindow(QWidget *parentWindow, const QVariantMap &options,
+    void showOptionsSheetOnWindow(QWidget *parentWindow, const KSImportOptions &options,
                                   CompletionHandler completionHandler);
 
     // The check box of an option key, or null.
@@ -46,5 +47,5 @@ private:
     void showOptions();
 
     std::unique_ptr<Ui::OptionsPanel> m_ui;
-    QVariantMap m_importOptions;
+    KSImportOptions m_importOptions;
 };

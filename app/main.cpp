@@ -2,9 +2,9 @@
 // display needed), the export window otherwise.
 #include "app/AppController.h"
 #include "app/KSApplicationIcon.h"
-#include "cli/AppVersion.h"
 #include "cli/CommandLine.h"
-#include "cli/KSTranslations.h"
+#include "foundation/AppVersion.h"
+#include "foundation/KSTranslations.h"
 
 #include <QApplication>
 #include <QCoreApplication>

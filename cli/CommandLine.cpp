@@ -1,8 +1,9 @@
 #include "cli/CommandLine.h"
 
-#include "cli/AppVersion.h"
 #include "cli/CommandLineExport.h"
 #include "cli/CommandLineOutput.h"
+#include "cli/KSExitStatus.h"
+#include "foundation/AppVersion.h"
 #include "foundation/OVLocalization.h"
 
 namespace CommandLine {
@@ -44,12 +45,12 @@ int run(const QStringList &arguments, std::shared_ptr<ScriptingBackend> backend)
     const QString command = arguments.value(0);
     if (isHelp(command)) {
         CommandLineOutput::writeOutput(usage());
-        return 0;
+        return KSExitStatus::Ended;
     }
     if (isVersion(command)) {
         CommandLineOutput::writeOutput(KastrelImporter::applicationName() + QLatin1Char(' ')
                                        + KastrelImporter::applicationVersion() + QLatin1Char('\n'));
-        return 0;
+        return KSExitStatus::Ended;
     }
     if (command == QLatin1String("export"))
         return CommandLineExport(std::move(backend)).run(arguments.mid(1));
@@ -57,7 +58,7 @@ int run(const QStringList &arguments, std::shared_ptr<ScriptingBackend> backend)
         OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "kastrel-importer: unknown command \"%1\"")).arg(command)
         + QLatin1Char('\n'));
     CommandLineOutput::writeError(usage());
-    return CommandLineExport::usageErrorStatus;
+    return KSExitStatus::UsageError;
 }
 
 } // namespace CommandLine

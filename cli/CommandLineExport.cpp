@@ -4,9 +4,10 @@
 #include "cli/CommandLineOutput.h"
 #include "cli/CommandLineProgress.h"
 #include "cli/CommandLineSummary.h"
-#include "cli/KSImportOptions.h"
+#include "cli/KSExitStatus.h"
 #include "engine/KSExportReport.h"
 #include "engine/KSImportOperation.h"
+#include "engine/KSImportOptions.h"
 #include "engine/KSImportRunner.h"
 #include "foundation/OVLocalization.h"
 #include "foundation/OVStringFormat.h"
@@ -24,14 +25,14 @@ int usageError(const QString &message)
 {
     CommandLineOutput::writeError(QStringLiteral("kastrel-importer export: %1\n").arg(message));
     CommandLineOutput::writeError(CommandLineExport::usage());
-    return CommandLineExport::usageErrorStatus;
+    return KSExitStatus::UsageError;
 }
 
 // The last line: what became of the export, in one sentence that matches the exit status.
 QString verdict(int status, const KSExportReport &report, bool handedOff)
 {
     switch (status) {
-    case 0:
+    case KSExitStatus::Ended:
         if (report.incompleteItemCount() > 0)
             return OVLocalizedCountString(
                 QT_TRANSLATE_N_NOOP(
@@ -39,10 +40,10 @@ QString verdict(int status, const KSExportReport &report, bool handedOff)
                     "Export ended, but %n items arrived without part of what they carry (listed above)."),
                 qint64(report.incompleteItemCount()));
         return OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Export ended."));
-    case 2:
+    case KSExitStatus::Cancelled:
         return OVLocalizedString(
             QT_TRANSLATE_NOOP("KastrelImporter", "Export cancelled. Nothing was handed to Nortavel 3."));
-    case 3:
+    case KSExitStatus::ItemsMissing:
         return OVLocalizedCountString(
             QT_TRANSLATE_N_NOOP("KastrelImporter", "Export ended, but %n items did not arrive whole (listed above)."),
             qint64(report.missingItemCount()));
@@ -85,13 +86,14 @@ QString CommandLineExport::usage()
         .arg(validKeys());
 }
 
-std::optional<QVariantMap> CommandLineExport::importOptionsForKeys(const QString &keys, QString *error)
+std::optional<KSImportOptions> CommandLineExport::importOptionsForKeys(const QString &keys, QString *error)
 {
-    QVariantMap options = KSImportOptions::allOptions(false);
+    KSImportOptions options = KSImportOptions::none();
     const QStringList given = keys.split(QLatin1Char(','));
     for (const QString &raw : given) {
         const QString key = raw.trimmed();
-        if (!options.contains(key)) {
+        const std::optional<KSImportKind> kind = KSImportOptions::kindForKey(key);
+        if (!kind) {
             if (error) {
                 *error = key.isEmpty()
                     ? OVLocalizedString(
@@ -102,20 +104,20 @@ std::optional<QVariantMap> CommandLineExport::importOptionsForKeys(const QString
             }
             return std::nullopt;
         }
-        options.insert(key, true);
+        options.set(*kind, true);
     }
     return options;
 }
 
 int CommandLineExport::run(const QStringList &arguments)
 {
-    QVariantMap options = KSImportOptions::allOptions(true);
+    KSImportOptions options;
     bool json = false;
     for (qsizetype index = 0; index < arguments.size(); ++index) {
         const QString &argument = arguments.at(index);
         if (argument == QLatin1String("--help") || argument == QLatin1String("-h")) {
             CommandLineOutput::writeOutput(usage());
-            return 0;
+            return KSExitStatus::Ended;
         }
         if (argument == QLatin1String("--json")) {
             json = true;
@@ -135,7 +137,7 @@ int CommandLineExport::run(const QStringList &arguments)
                 OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "unknown argument \"%1\"")).arg(argument));
         }
         QString error;
-        const std::optional<QVariantMap> selected = importOptionsForKeys(keys, &error);
+        const std::optional<KSImportOptions> selected = importOptionsForKeys(keys, &error);
         if (!selected)
             return usageError(error);
         options = *selected;
@@ -143,7 +145,7 @@ int CommandLineExport::run(const QStringList &arguments)
     return exportWithOptions(options, json);
 }
 
-int CommandLineExport::exportWithOptions(const QVariantMap &options, bool json)
+int CommandLineExport::exportWithOptions(const KSImportOptions &options, bool json)
 {
     auto progress = std::make_shared<CommandLineProgress>(CommandLineOutput::errorIsTerminal());
     auto operation = std::make_shared<KSImportOperation>(options, progress, m_backend);

@@ -6,6 +6,8 @@
 // ended but items did not arrive whole, 64 for wrong usage.
 #pragma once
 
+#include "engine/KSImportOptions.h"
+
 #include <QString>
 #include <QStringList>
 #include <QVariantMap>
@@ -18,8 +20,6 @@ class ScriptingBackend;
 class CommandLineExport
 {
 public:
-    static constexpr int usageErrorStatus = 64;
-
     // `backend` reaches the applications; by default the session bus.
     explicit CommandLineExport(std::shared_ptr<ScriptingBackend> backend = nullptr);
 
@@ -29,7 +29,7 @@ public:
 
     // The options for a comma-separated list of option keys: those keys on, the others off.
     // Nothing, with *error naming the valid keys, for an unknown or empty key or an empty list.
-    static std::optional<QVariantMap> importOptionsForKeys(const QString &keys, QString *error = nullptr);
+    static std::optional<KSImportOptions> importOptionsForKeys(const QString &keys, QString *error = nullptr);
 
     static QString usage();
 
@@ -37,7 +37,7 @@ public:
     std::shared_ptr<KSImportOperation> lastOperation() const { return m_lastOperation; }
 
 private:
-    int exportWithOptions(const QVariantMap &options, bool json);
+    int exportWithOptions(const KSImportOptions &options, bool json);
 
     std::shared_ptr<ScriptingBackend> m_backend;
     std::shared_ptr<KSImportOperation> m_lastOperation;

@@ -1,6 +1,7 @@
 #include "cli/CommandLineProgress.h"
 
 #include "cli/CommandLineOutput.h"
+#include "cli/KSExitStatus.h"
 #include "foundation/OVLocalization.h"
 #include "foundation/OVStringFormat.h"
 
@@ -33,14 +34,14 @@ int CommandLineProgress::exitStatus() const
 {
     switch (outcome()) {
     case Outcome::Failed:
-        return 1;
+        return KSExitStatus::Failed;
     case Outcome::Cancelled:
-        return 2;
+        return KSExitStatus::Cancelled;
     case Outcome::Running:
     case Outcome::Ended:
         break;
     }
-    return 0;
+    return KSExitStatus::Ended;
 }
 
 void CommandLineProgress::printLine(const QString &line)

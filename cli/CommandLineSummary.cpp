@@ -1,6 +1,7 @@
 #include "cli/CommandLineSummary.h"
 
 #include "cli/CommandLineProgress.h"
+#include "cli/KSExitStatus.h"
 #include "engine/KSExportReport.h"
 #include "engine/KSImportOperation.h"
 
@@ -36,8 +37,8 @@ QJsonValue pathOrNull(const QString &path)
 int exitStatus(const CommandLineProgress &progress, const KSExportReport &report)
 {
     const int status = progress.exitStatus();
-    if (status == 0 && report.missingItemCount() > 0)
-        return 3;
+    if (status == KSExitStatus::Ended && report.missingItemCount() > 0)
+        return KSExitStatus::ItemsMissing;
     return status;
 }
 

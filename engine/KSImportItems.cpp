@@ -18,7 +18,7 @@ enum class Exporter { Notes, Bookmarks, DatabaseItems, PDFs };
 
 struct ItemKind
 {
-    const char *optionKey;
+    KSImportKind option;
     KastrelItemKind kind;
     const char *logLine;
     Exporter exporter;
@@ -28,16 +28,19 @@ struct ItemKind
 
 // Serial numbers and passwords become notes in the target, not kinds of their own.
 const ItemKind itemKinds[] = {
-    {"notes", KastrelItemKind::Note, "Exporting notes", Exporter::Notes, NVItemTypeNote, "Notes"},
-    {"bookmarks", KastrelItemKind::Bookmark, "Exporting bookmarks", Exporter::Bookmarks, NVItemTypeBookmark,
+    {KSImportKind::Notes, KastrelItemKind::Note, "Exporting notes", Exporter::Notes, NVItemTypeNote, "Notes"},
+    {KSImportKind::Bookmarks, KastrelItemKind::Bookmark, "Exporting bookmarks", Exporter::Bookmarks, NVItemTypeBookmark,
      "Bookmarks"},
-    {"serialNumbers", KastrelItemKind::SerialNumber, "Exporting serial numbers", Exporter::Notes, NVItemTypeNote,
+    {KSImportKind::SerialNumbers, KastrelItemKind::SerialNumber, "Exporting serial numbers", Exporter::Notes,
+     NVItemTypeNote, "Notes"},
+    {KSImportKind::Passwords, KastrelItemKind::Password, "Exporting passwords", Exporter::Notes, NVItemTypeNote,
      "Notes"},
-    {"passwords", KastrelItemKind::Password, "Exporting passwords", Exporter::Notes, NVItemTypeNote, "Notes"},
-    {"images", KastrelItemKind::Image, "Exporting images", Exporter::DatabaseItems, NVItemTypeImage, "Images"},
-    {"PDFs", KastrelItemKind::PDFArchive, "Exporting PDFs", Exporter::PDFs, NVItemTypeDocument, "Documents"},
-    {"webArchives", KastrelItemKind::WebArchive, "Exporting web archives", Exporter::DatabaseItems, NVItemTypeWebPage,
-     "Web Pages"},
+    {KSImportKind::Images, KastrelItemKind::Image, "Exporting images", Exporter::DatabaseItems, NVItemTypeImage,
+     "Images"},
+    {KSImportKind::PDFs, KastrelItemKind::PDFArchive, "Exporting PDFs", Exporter::PDFs, NVItemTypeDocument,
+     "Documents"},
+    {KSImportKind::WebArchives, KastrelItemKind::WebArchive, "Exporting web archives", Exporter::DatabaseItems,
+     NVItemTypeWebPage, "Web Pages"},
 };
 
 const char *const subFolders[] = {"Notes", "Documents", "Images", "Bookmarks", "Web Pages", "TMP"};
@@ -49,9 +52,7 @@ const char *const exportFolderErrorText
 
 bool KSImportOperation::importItems()
 {
-    // A missing key is off, as is anything that is not true.
-    const auto selected
-        = [this](const ItemKind &kind) { return m_importOptions.value(QString::fromLatin1(kind.optionKey)).toBool(); };
+    const auto selected = [this](const ItemKind &kind) { return m_importOptions.contains(kind.option); };
     const KastrelApplication source = *m_kastrelApp;
 
     quint64 total = 0;
@@ -60,7 +61,7 @@ bool KSImportOperation::importItems()
         if (!selected(kind))
             continue;
         const quint64 count = source.itemsOfKind(kind.kind).count();
-        counts.insert(QString::fromLatin1(kind.optionKey), count);
+        counts.insert(KSImportOptions::keyOf(kind.option), count);
         total += count;
     }
     m_announcedItemCounts = counts;
@@ -102,7 +103,7 @@ bool KSImportOperation::importItems()
         if (!selected(kind))
             continue;
         writeLog(QString::fromLatin1(kind.logLine));
-        m_currentOptionKey = QString::fromLatin1(kind.optionKey);
+        m_currentOptionKey = KSImportOptions::keyOf(kind.option);
         bool exported = false;
         switch (kind.exporter) {
         case Exporter::Notes:

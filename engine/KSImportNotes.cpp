@@ -1,6 +1,7 @@
 // Notes, serial numbers and passwords: the source writes each item into the staging folder
 // in whatever rich-text form it likes; the main thread converts that into a note package in
 // "Notes", which gets its dates and its item record; then the staged file goes.
+#include "engine/KSEngineLog.h"
 #include "engine/KSImportOperation.h"
 #include "formats/NVItemType.h"
 #include "formats/NVOriginalFileNote.h"
@@ -87,8 +88,8 @@ void KSImportOperation::convertFileToNoteOnMainThread(const QVariantMap &request
     OVError error;
     bool written = false;
     if (!RichTextReader::readFile(originalPath, &document, nullptr, &error)) {
-        qWarning().noquote() << OVStringWithFormat(QStringLiteral("Cannot write note: %@"),
-                                                   {error.wholeDescriptionInEnglish()});
+        qCWarning(lcEngine).noquote() << OVStringWithFormat(QStringLiteral("Cannot write note: %@"),
+                                                            {error.wholeDescriptionInEnglish()});
         // Text that cannot be read is still the person's data: the note holds the file itself.
         const OVText readFailure = error.description();
         const QString name = request.value(QStringLiteral("name"), QFileInfo(originalPath).fileName()).toString();
@@ -102,8 +103,8 @@ void KSImportOperation::convertFileToNoteOnMainThread(const QVariantMap &request
     } else {
         written = RTFDPackage::writeDocument(&document, notePath, {}, &error);
         if (!written)
-            qWarning().noquote() << OVStringWithFormat(QStringLiteral("Cannot write note: %@"),
-                                                       {error.wholeDescriptionInEnglish()});
+            qCWarning(lcEngine).noquote()
+                << OVStringWithFormat(QStringLiteral("Cannot write note: %@"), {error.wholeDescriptionInEnglish()});
     }
     if (!written) {
         result.outcome = NoteConversion::Outcome::NotWritten;

@@ -35,7 +35,7 @@ QString supportFolderForTarget(const QString &identifier)
 
 } // namespace
 
-KSImportOperation::KSImportOperation(QVariantMap importOptions, std::shared_ptr<KSImportOperationDelegate> delegate,
+KSImportOperation::KSImportOperation(KSImportOptions importOptions, std::shared_ptr<KSImportOperationDelegate> delegate,
                                      std::shared_ptr<ScriptingBackend> backend)
     : m_importOptions(std::move(importOptions))
     , m_delegate(std::move(delegate))

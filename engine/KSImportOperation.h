@@ -7,6 +7,7 @@
 #pragma once
 
 #include "engine/KSImportOperationDelegate.h"
+#include "engine/KSImportOptions.h"
 #include "engine/KastrelApplication.h"
 #include "engine/ScriptingBackend.h"
 #include "foundation/OVError.h"
@@ -41,10 +42,11 @@ public:
     // next ones. One asks for each item only when it is its turn.
     static constexpr int DefaultExportWindow = 8;
 
-    // `importOptions` selects the kinds of item (option key to a truth value); `delegate`, held
+    // `importOptions` selects the kinds of item; `delegate`, held
     // for the life of the operation, hears of the progress on the main thread; `backend`
     // reaches the applications, by default over the session bus.
-    explicit KSImportOperation(QVariantMap importOptions, std::shared_ptr<KSImportOperationDelegate> delegate = nullptr,
+    explicit KSImportOperation(KSImportOptions importOptions,
+                               std::shared_ptr<KSImportOperationDelegate> delegate = nullptr,
                                std::shared_ptr<ScriptingBackend> backend = nullptr);
     ~KSImportOperation();
 
@@ -56,7 +58,7 @@ public:
     void main();
 
     // The options the operation was made with.
-    const QVariantMap &importOptions() const { return m_importOptions; }
+    const KSImportOptions &importOptions() const { return m_importOptions; }
 
     // From any thread: the run stops before its next item.
     void cancel() { m_cancelled.store(true); }
@@ -257,7 +259,7 @@ private:
     // names a file other than `itemFiles`, is never handed over. Reports error 10002 on failure.
     bool writeLibraryFile(const QString &libraryFile, const QSet<QString> &itemFiles);
 
-    const QVariantMap m_importOptions;
+    const KSImportOptions m_importOptions;
     const std::shared_ptr<KSImportOperationDelegate> m_delegate;
     const std::shared_ptr<ScriptingBackend> m_backend;
     std::atomic<bool> m_cancelled {false};

@@ -1,5 +1,4 @@
-// Reading, writing, naming, icons and validation of web bookmarks. The clipboard half of the
-// class lives in NVBookmarkPasteboard.cpp.
+// Writing and naming of web bookmarks, and their undoable changes.
 #include "formats/NVWebBookmarkFile.h"
 
 #include "foundation/OVFileAttributes.h"
@@ -9,15 +8,8 @@
 #include "foundation/OVPlistSerialization.h"
 #include "foundation/OVTextStrings.h"
 
-#include <QBuffer>
 #include <QFile>
 #include <QFileInfo>
-#include <QGuiApplication>
-#include <QIcon>
-#include <QMimeDatabase>
-#include <QPainter>
-#include <QPainterPath>
-#include <QStringDecoder>
 #include <QUndoStack>
 #include <utility>
 
@@ -30,9 +22,6 @@ const std::pair<const char *, const char *> extensionsBySchemePrefix[] = {
     {"afp", "afploc"},  {"file", "fileloc"}, {"news", "newsloc"},
 };
 constexpr const char *otherSchemesExtension = "inetloc";
-
-constexpr const char *internetShortcutExtension = "url";
-constexpr const char *internetShortcutKey = "URL=";
 
 // Characters that may stand in a URL reference as written; anything else (blanks, quotes,
 // angle brackets, non-ASCII) makes the text no URL.
@@ -130,73 +119,6 @@ QString lastPathComponent(const QUrl &url)
     return path.mid(path.lastIndexOf(u'/') + 1);
 }
 
-QString fileBaseName(const QString &fileName)
-{
-    return OVExtensions::stringByDeletingPathExtension(QFileInfo(fileName).fileName());
-}
-
-// Strict UTF-8: an invalid sequence makes the whole text unreadable, as it does for a reader
-// that insists on the encoding.
-bool decodeUTF8(const QByteArray &data, QString *text)
-{
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    *text = decoder.decode(data);
-    return !decoder.hasError();
-}
-
-// A quiet icon for when the desktop has none: a page with a folded corner and a globe, tinted by
-// the extension so that the kinds stay apart. Drawn without fonts, so it works without a display.
-QImage drawnIcon(const QString &extension)
-{
-    QImage image(NVWebBookmarkFile::iconSize, NVWebBookmarkFile::iconSize, QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    const QColor tint = QColor::fromHsv(static_cast<int>(qHash(extension) % 360), 150, 200);
-
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
-    const qreal size = NVWebBookmarkFile::iconSize;
-    const qreal fold = size * 0.22;
-    QPainterPath page;
-    page.moveTo(size * 0.15, size * 0.05);
-    page.lineTo(size * 0.85 - fold, size * 0.05);
-    page.lineTo(size * 0.85, size * 0.05 + fold);
-    page.lineTo(size * 0.85, size * 0.95);
-    page.lineTo(size * 0.15, size * 0.95);
-    page.closeSubpath();
-    painter.setPen(QPen(QColor(90, 90, 90), 2));
-    painter.setBrush(QColor(250, 250, 250));
-    painter.drawPath(page);
-
-    const QRectF globe(size * 0.28, size * 0.35, size * 0.44, size * 0.44);
-    painter.setPen(QPen(tint.darker(140), 2.5));
-    painter.setBrush(tint);
-    painter.drawEllipse(globe);
-    painter.setBrush(Qt::NoBrush);
-    painter.drawEllipse(globe.adjusted(globe.width() * 0.3, 0, -globe.width() * 0.3, 0));
-    painter.drawLine(QPointF(globe.left(), globe.center().y()), QPointF(globe.right(), globe.center().y()));
-    return image;
-}
-
-QImage themeIcon(const QString &extension)
-{
-    // Theme icons need the GUI application; a command-line run draws its own.
-    if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
-        return QImage();
-    const QMimeType type
-        = QMimeDatabase().mimeTypeForFile(QStringLiteral("bookmark.") + extension, QMimeDatabase::MatchExtension);
-    QIcon icon = QIcon::fromTheme(type.iconName());
-    if (icon.isNull())
-        icon = QIcon::fromTheme(type.genericIconName());
-    if (icon.isNull())
-        icon = QIcon::fromTheme(QStringLiteral("text-html"));
-    if (icon.isNull())
-        return QImage();
-    return icon.pixmap(NVWebBookmarkFile::iconSize, NVWebBookmarkFile::iconSize)
-        .toImage()
-        .scaled(NVWebBookmarkFile::iconSize, NVWebBookmarkFile::iconSize, Qt::IgnoreAspectRatio,
-                Qt::SmoothTransformation);
-}
-
 // Platform-style failure of a file write.
 void setWriteError(OVError *error, const QFile &file)
 {
@@ -266,79 +188,6 @@ NVWebBookmarkFile::Pointer NVWebBookmarkFile::bookmarkWithName(const QString &na
     return bookmark;
 }
 
-NVWebBookmarkFile::Pointer NVWebBookmarkFile::bookmarkWithFileAtURL(const QUrl &fileURL)
-{
-    auto bookmark = std::make_shared<NVWebBookmarkFile>();
-    const QString path = fileURL.toLocalFile();
-    QFile file(path);
-    const bool readable = file.open(QIODevice::ReadOnly);
-    bookmark->readData(readable ? file.readAll() : QByteArray(), path, readable);
-    return bookmark;
-}
-
-NVWebBookmarkFile::Pointer NVWebBookmarkFile::bookmarkWithData(const QByteArray &data, const QString &fileName)
-{
-    auto bookmark = std::make_shared<NVWebBookmarkFile>();
-    bookmark->readData(data, fileName, true);
-    return bookmark;
-}
-
-void NVWebBookmarkFile::readData(const QByteArray &data, const QString &fileName, bool readable)
-{
-    // Only the exact lower-case extension marks an internet shortcut; everything else is taken
-    // for a property list.
-    if (QFileInfo(fileName).suffix() == QLatin1String(internetShortcutExtension)) {
-        if (readable)
-            readInternetShortcut(data, fileName);
-        else
-            setName(fileBaseName(fileName));
-    } else {
-        readPropertyListBookmark(data, fileName);
-    }
-}
-
-void NVWebBookmarkFile::readPropertyListBookmark(const QByteArray &data, const QString &fileName)
-{
-    OVPlist plist = OVPlistSerialization::propertyListWithData(data);
-    if (!plist.isDictionary())
-        plist = OVPlist::dictionary();
-
-    const OVPlist address = plist.value(QLatin1String(URLKey));
-    if (address.isString() && !address.toString().isEmpty())
-        setURL(URLWithString(address.toString()));
-    const OVPlist title = plist.value(QLatin1String(nameKey));
-    if (title.isString() && !title.toString().isEmpty())
-        setName(title.toString());
-    if (m_name.isEmpty())
-        setName(fileBaseName(fileName));
-}
-
-// The address is whatever follows the first "URL=" anywhere in the text up to the next blank or
-// line break: no sections or line starts are looked at, so "IconURL=" would match as well.
-bool NVWebBookmarkFile::readInternetShortcut(const QByteArray &data, const QString &fileName)
-{
-    QString text;
-    if (!decodeUTF8(data, &text)) {
-        // Text in another encoding yields only the name.
-        setName(fileBaseName(fileName));
-        return true;
-    }
-    const QLatin1String key(internetShortcutKey);
-    const qsizetype keyStart = text.indexOf(key);
-    if (keyStart < 0)
-        return false;
-    qsizetype valueEnd = keyStart;
-    while (valueEnd < text.size() && !text.at(valueEnd).isSpace())
-        ++valueEnd;
-    const qsizetype valueStart = keyStart + key.size();
-    const QString value = text.mid(valueStart, valueEnd - valueStart);
-
-    setName(fileBaseName(fileName));
-    if (!value.isEmpty())
-        setURL(URLWithString(value));
-    return true;
-}
-
 QString NVWebBookmarkFile::fileExtensionForURL(const QUrl &url)
 {
     const QString scheme = url.scheme();
@@ -353,11 +202,6 @@ QStringList NVWebBookmarkFile::bookmarkFileTypes()
 {
     return {QStringLiteral("webloc"),  QStringLiteral("ftploc"),  QStringLiteral("mailloc"), QStringLiteral("afploc"),
             QStringLiteral("fileloc"), QStringLiteral("newsloc"), QStringLiteral("inetloc"), QStringLiteral("url")};
-}
-
-QSet<QString> NVWebBookmarkFile::keyPathsForValuesAffectingIconImage()
-{
-    return {QStringLiteral("URL")};
 }
 
 QSet<QString> NVWebBookmarkFile::keyPathsForValuesAffectingCanPreviewBookmark()
@@ -512,13 +356,6 @@ bool NVWebBookmarkFile::writeToFileAtURL(const QUrl &fileURL, OVError *error) co
     return true;
 }
 
-QImage NVWebBookmarkFile::iconImage() const
-{
-    const QString extension = fileExtensionForURL(m_url);
-    const QImage icon = themeIcon(extension);
-    return icon.isNull() ? drawnIcon(extension) : icon;
-}
-
 QString NVWebBookmarkFile::suggestedFilename() const
 {
     QString base;
@@ -545,27 +382,4 @@ bool NVWebBookmarkFile::canPreviewBookmark() const
 {
     const QString scheme = m_url.scheme();
     return scheme == QLatin1String("http") || scheme == QLatin1String("https");
-}
-
-bool NVWebBookmarkFile::validateName(QString *name, OVError *error) const
-{
-    if (!name || name->isEmpty()) {
-        OVSetError(error, QLatin1String(errorDomain), ValidationError,
-                   OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter", "Bookmark name must not be empty.")));
-        return false;
-    }
-    return true;
-}
-
-bool NVWebBookmarkFile::validateURL(QUrl *url, OVError *error) const
-{
-    if (!url || url->isEmpty()) {
-        OVSetError(error, QLatin1String(errorDomain), ValidationError,
-                   OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter", "Bookmark URL must not be empty.")));
-        return false;
-    }
-    // A web address needs at least the root path.
-    if (url->scheme().startsWith(QLatin1String("http")) && url->path().isEmpty())
-        *url = URLWithString(absoluteString(*url) + QLatin1Char('/'));
-    return true;
 }

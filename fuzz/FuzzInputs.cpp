@@ -3,10 +3,11 @@
 // reports it like a crash.
 #include "FuzzInputs.h"
 
+#include "documents/NVNoteAttributes.h"
 #include "engine/KSImportOperation.h"
 #include "engine/ScriptingColor.h"
-#include "formats/NVNoteAttributes.h"
 #include "formats/NVWebBookmarkFile.h"
+#include "formats/NVWebBookmarkReader.h"
 #include "formats/RTFDPackage.h"
 #include "formats/RTFReader.h"
 #include "foundation/OVFileNameStrings.h"
@@ -14,6 +15,7 @@
 #include "foundation/OVPlistSerialization.h"
 #include "standins/nortavel/NortavelLibraryValidator.h"
 
+#include <QBuffer>
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -94,9 +96,14 @@ void keyedArchive(const QByteArray &data)
 void webBookmark(const QByteArray &data)
 {
     for (const char *fileName : {"Bookmark.url", "Bookmark.webloc"}) {
-        const NVWebBookmarkFile::Pointer bookmark
-            = NVWebBookmarkFile::bookmarkWithData(data, QString::fromLatin1(fileName));
-        if (!bookmark)
+        QBuffer buffer;
+        buffer.setData(data);
+        buffer.open(QIODevice::ReadOnly);
+        NVWebBookmarkReader reader;
+        // Hostile bytes may well be refused; a refusal must say why and still leave a bookmark.
+        if (!reader.read(&buffer, QString::fromLatin1(fileName)) && reader.errorString().isEmpty())
+            broken("a bookmark read failed without a reason");
+        if (!reader.bookmark())
             broken("reading a bookmark gave nothing");
     }
 }

@@ -20,10 +20,18 @@ if(TARGET Kastrel::CommandLine)
 endif()
 
 # The command line's end-to-end test runs the executable against both stand-ins.
-if(TARGET TestCommandLineThroughBus)
-    foreach(executable kastrel-importer kastrel-standin nortavel3-standin)
-        if(TARGET ${executable})
-            add_dependencies(TestCommandLineThroughBus ${executable})
-        endif()
-    endforeach()
+ki_require_tests(TestCommandLineThroughBus)
+foreach(executable kastrel-importer kastrel-standin nortavel3-standin)
+    if(TARGET ${executable})
+        add_dependencies(TestCommandLineThroughBus ${executable})
+    endif()
+endforeach()
+
+# The windows stand on the engine, never on the command line: the two front ends meet only in
+# the executable (app/main.cpp).
+if(CMAKE_NM)
+    add_test(NAME WindowsWithoutCommandLine
+             COMMAND bash ${CMAKE_CURRENT_SOURCE_DIR}/scripts/check_unused_library.sh ${CMAKE_NM}
+                     $<TARGET_FILE:KastrelCommandLine> $<TARGET_FILE:KastrelApp>)
+    set_tests_properties(WindowsWithoutCommandLine PROPERTIES TIMEOUT 60)
 endif()

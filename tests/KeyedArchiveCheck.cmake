@@ -6,7 +6,7 @@ find_program(KI_SYSTEM_PYTHON3 NAMES python3 PATHS /usr/bin NO_DEFAULT_PATH)
 find_program(KI_SYSTEM_PYTHON3 NAMES python3)
 if(KI_SYSTEM_PYTHON3)
     add_executable(write_keyed_archives ${CMAKE_CURRENT_SOURCE_DIR}/scripts/write_keyed_archives.cpp)
-    target_link_libraries(write_keyed_archives PRIVATE Kastrel::Formats)
+    target_link_libraries(write_keyed_archives PRIVATE Kastrel::NortavelDocuments)
     ki_set_warnings(write_keyed_archives)
     set_target_properties(write_keyed_archives PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests/bin)
     add_test(NAME KeyedArchiveIndependentReader

@@ -1,5 +1,5 @@
 // Bookmarks on the clipboard: what is taken for a bookmark, what is read, what is written.
-#include "formats/NVBookmarkPasteboard.h"
+#include "documents/NVBookmarkPasteboard.h"
 #include "formats/NVWebBookmarkFile.h"
 #include "foundation/OVPlist.h"
 #include "foundation/OVPlistSerialization.h"
@@ -56,7 +56,7 @@ private slots:
     {
         const QStringList expected {"WebURLsWithTitlesPboardType", "OWDictionaryBookmarkPasteboardType",
                                     "text/uri-list", "text/plain"};
-        QCOMPARE(NVWebBookmarkFile::bookmarksPasteboardTypes(), expected);
+        QCOMPARE(NVBookmarkPasteboard::bookmarksPasteboardTypes(), expected);
     }
 
     // Deciding.
@@ -75,9 +75,9 @@ private slots:
         QMimeData mime;
         mime.setUrls({url("http://www.example.org/")});
         mime.setText(QStringLiteral("http://www.example.org/"));
-        QVERIFY(NVWebBookmarkFile::canInitWithPasteboard(&mime));
+        QVERIFY(NVBookmarkPasteboard::canInitWithPasteboard(&mime));
         mime.setData(type, "message");
-        QVERIFY(!NVWebBookmarkFile::canInitWithPasteboard(&mime));
+        QVERIFY(!NVBookmarkPasteboard::canInitWithPasteboard(&mime));
     }
 
     void messageSchemesAreRefused_data()
@@ -92,17 +92,17 @@ private slots:
         QFETCH(QString, address);
         QMimeData mime;
         mime.setUrls({NVWebBookmarkFile::URLWithString(address)});
-        QVERIFY(!NVWebBookmarkFile::canInitWithPasteboard(&mime));
+        QVERIFY(!NVBookmarkPasteboard::canInitWithPasteboard(&mime));
     }
 
     void urlTypesAreAccepted()
     {
         QMimeData uris;
         uris.setUrls({url("ftp://ftp.example.org/")});
-        QVERIFY(NVWebBookmarkFile::canInitWithPasteboard(&uris));
+        QVERIFY(NVBookmarkPasteboard::canInitWithPasteboard(&uris));
         QMimeData web;
         setPlist(web, webURLsWithTitlesType, webURLs({"http://a.example/"}, OVPlist(QStringList {"A"})));
-        QVERIFY(NVWebBookmarkFile::canInitWithPasteboard(&web));
+        QVERIFY(NVBookmarkPasteboard::canInitWithPasteboard(&web));
     }
 
     void dictionaryBookmarksNeedAnAddress_data()
@@ -124,7 +124,7 @@ private slots:
         setPlist(mime, dictionaryBookmarkType, list);
         // Decided by the dictionary list alone, even when text follows.
         mime.setText(QStringLiteral("http://www.example.org/"));
-        QCOMPARE(NVWebBookmarkFile::canInitWithPasteboard(&mime), accepted);
+        QCOMPARE(NVBookmarkPasteboard::canInitWithPasteboard(&mime), accepted);
     }
 
     void textMustLookLikeAnAddress_data()
@@ -146,16 +146,16 @@ private slots:
         QFETCH(bool, accepted);
         QMimeData mime;
         mime.setText(text);
-        QCOMPARE(NVWebBookmarkFile::canInitWithPasteboard(&mime), accepted);
+        QCOMPARE(NVBookmarkPasteboard::canInitWithPasteboard(&mime), accepted);
     }
 
     void emptyPasteboardIsRefused()
     {
         QMimeData mime;
-        QVERIFY(!NVWebBookmarkFile::canInitWithPasteboard(&mime));
-        QVERIFY(!NVWebBookmarkFile::canInitWithPasteboard(nullptr));
-        QVERIFY(NVWebBookmarkFile::bookmarksWithPasteboard(&mime).isEmpty());
-        QVERIFY(NVWebBookmarkFile::bookmarksWithPasteboard(nullptr).isEmpty());
+        QVERIFY(!NVBookmarkPasteboard::canInitWithPasteboard(&mime));
+        QVERIFY(!NVBookmarkPasteboard::canInitWithPasteboard(nullptr));
+        QVERIFY(NVBookmarkPasteboard::bookmarksWithPasteboard(&mime).isEmpty());
+        QVERIFY(NVBookmarkPasteboard::bookmarksWithPasteboard(nullptr).isEmpty());
     }
 
     // Reading.
@@ -164,7 +164,7 @@ private slots:
     {
         QMimeData mime;
         mime.setText(QStringLiteral("someone@example.org"));
-        const auto bookmarks = NVWebBookmarkFile::bookmarksWithPasteboard(&mime);
+        const auto bookmarks = NVBookmarkPasteboard::bookmarksWithPasteboard(&mime);
         QCOMPARE(bookmarks.size(), 1);
         QCOMPARE(bookmarks.first()->URL().scheme(), QStringLiteral("mailto"));
         QCOMPARE(NVWebBookmarkFile::absoluteString(bookmarks.first()->URL()),
@@ -176,7 +176,7 @@ private slots:
     {
         QMimeData mime;
         mime.setText(QStringLiteral("https://www.example.org/page"));
-        const auto bookmarks = NVWebBookmarkFile::bookmarksWithPasteboard(&mime);
+        const auto bookmarks = NVBookmarkPasteboard::bookmarksWithPasteboard(&mime);
         QCOMPARE(bookmarks.size(), 1);
         QCOMPARE(bookmarks.first()->name(), QStringLiteral("www.example.org"));
         QCOMPARE(bookmarks.first()->URL(), url("https://www.example.org/page"));
@@ -187,7 +187,7 @@ private slots:
         QMimeData mime;
         mime.setUrls({url("http://www.example.org/x")});
         mime.setData(QLatin1String(URLNameType), QStringLiteral("Caf\u00e9 page").toUtf8());
-        const auto bookmarks = NVWebBookmarkFile::bookmarksWithPasteboard(&mime);
+        const auto bookmarks = NVBookmarkPasteboard::bookmarksWithPasteboard(&mime);
         QCOMPARE(bookmarks.size(), 1);
         QCOMPARE(bookmarks.first()->name(), QStringLiteral("Caf\u00e9 page"));
         QCOMPARE(bookmarks.first()->URL(), url("http://www.example.org/x"));
@@ -197,7 +197,7 @@ private slots:
     {
         QMimeData mime;
         mime.setData(QLatin1String(URLType), "http://exa mple.org/<>\r\n");
-        const auto bookmarks = NVWebBookmarkFile::bookmarksWithPasteboard(&mime);
+        const auto bookmarks = NVBookmarkPasteboard::bookmarksWithPasteboard(&mime);
         QCOMPARE(bookmarks.size(), 1);
         QVERIFY(bookmarks.first()->URL().isEmpty());
     }
@@ -210,7 +210,7 @@ private slots:
             webURLs({"http://a.example/", "http://b.example/with blank", "http://x.example/%zz", "http://c.example/"},
                     OVPlist(QStringList {"A", "B", "skipped", "C"})));
         mime.setText(QStringLiteral("http://ignored.example/"));
-        const auto bookmarks = NVWebBookmarkFile::bookmarksWithPasteboard(&mime);
+        const auto bookmarks = NVBookmarkPasteboard::bookmarksWithPasteboard(&mime);
         QCOMPARE(bookmarks.size(), 3);
         QCOMPARE(bookmarks.at(0)->name(), QStringLiteral("A"));
         // A blank is percent-encoded rather than the entry dropped.
@@ -261,8 +261,8 @@ private slots:
         QFETCH(QStringList, names);
         QMimeData mime;
         mime.setData(QLatin1String(webURLsWithTitlesType), data);
-        QVERIFY(NVWebBookmarkFile::canInitWithPasteboard(&mime));
-        const auto bookmarks = NVWebBookmarkFile::bookmarksWithPasteboard(&mime);
+        QVERIFY(NVBookmarkPasteboard::canInitWithPasteboard(&mime));
+        const auto bookmarks = NVBookmarkPasteboard::bookmarksWithPasteboard(&mime);
         QCOMPARE(bookmarks.size(), count);
         QStringList read;
         for (const auto &bookmark : bookmarks)
@@ -274,8 +274,8 @@ private slots:
     {
         QMimeData mime;
         setPlist(mime, dictionaryBookmarkType, dictionaryBookmark("A", "http://a.example/"));
-        QVERIFY(NVWebBookmarkFile::canInitWithPasteboard(&mime));
-        QVERIFY(NVWebBookmarkFile::bookmarksWithPasteboard(&mime).isEmpty());
+        QVERIFY(NVBookmarkPasteboard::canInitWithPasteboard(&mime));
+        QVERIFY(NVBookmarkPasteboard::bookmarksWithPasteboard(&mime).isEmpty());
     }
 
     // Writing.
@@ -287,7 +287,7 @@ private slots:
             NVWebBookmarkFile::bookmarkWithName(QStringLiteral("First"), url("http://one.example/a")),
             NVWebBookmarkFile::bookmarkWithName(QString(), url("https://two.example/b")),
         };
-        QVERIFY(NVWebBookmarkFile::writeBookmarkFiles(bookmarks, &mime));
+        QVERIFY(NVBookmarkPasteboard::writeBookmarkFiles(bookmarks, &mime));
 
         const OVPlist web = plist(mime, webURLsWithTitlesType);
         QCOMPARE(web.size(), 2);
@@ -308,7 +308,7 @@ private slots:
     void emptyListWritesEmptyListsAndNoURL()
     {
         QMimeData mime;
-        QVERIFY(NVWebBookmarkFile::writeBookmarkFiles({}, &mime));
+        QVERIFY(NVBookmarkPasteboard::writeBookmarkFiles({}, &mime));
         const OVPlist web = plist(mime, webURLsWithTitlesType);
         QCOMPARE(web.size(), 2);
         QVERIFY(web.at(0).isArray() && web.at(0).isEmpty());
@@ -322,7 +322,7 @@ private slots:
     void missingAddressIsWrittenAsPlaceholder()
     {
         QMimeData mime;
-        QVERIFY(NVWebBookmarkFile::writeBookmarkFiles(
+        QVERIFY(NVBookmarkPasteboard::writeBookmarkFiles(
             {NVWebBookmarkFile::bookmarkWithName(QStringLiteral("Nowhere"), QUrl())}, &mime));
         QCOMPARE(plist(mime, webURLsWithTitlesType).at(0).toStringList(), QStringList {placeholderURLString});
         QCOMPARE(plist(mime, dictionaryBookmarkType).at(0).value(QStringLiteral("address")).toString(),
@@ -336,7 +336,7 @@ private slots:
         QMimeData mime;
         mime.setText(QStringLiteral("before"));
         OVError error;
-        QVERIFY(!NVWebBookmarkFile::writeBookmarkFiles(
+        QVERIFY(!NVBookmarkPasteboard::writeBookmarkFiles(
             {NVWebBookmarkFile::bookmarkWithName(QStringLiteral("Fine"), url("http://a.example/")),
              NVWebBookmarkFile::bookmarkWithName(QString(), url("mailto:someone@example.org"))},
             &mime, &error));
@@ -350,9 +350,9 @@ private slots:
     void withoutAClipboardWritingStillAnswersTrue()
     {
         OVError error {QStringLiteral("untouched"), 7, QStringLiteral("untouched")};
-        QVERIFY(NVWebBookmarkFile::writeBookmarkFiles(
+        QVERIFY(NVBookmarkPasteboard::writeBookmarkFiles(
             {NVWebBookmarkFile::bookmarkWithName(QStringLiteral("One"), url("http://one.example/"))}, nullptr, &error));
-        QVERIFY(NVWebBookmarkFile::writeBookmarkFiles({}, nullptr, &error));
+        QVERIFY(NVBookmarkPasteboard::writeBookmarkFiles({}, nullptr, &error));
         QCOMPARE(error.domain, QStringLiteral("untouched"));
         QCOMPARE(error.code, qint64(7));
     }
@@ -360,7 +360,7 @@ private slots:
     void withoutAClipboardABookmarkWithoutAnyNameIsStillRefused()
     {
         OVError error;
-        QVERIFY(!NVWebBookmarkFile::writeBookmarkFiles(
+        QVERIFY(!NVBookmarkPasteboard::writeBookmarkFiles(
             {NVWebBookmarkFile::bookmarkWithName(QString(), url("mailto:someone@example.org"))}, nullptr, &error));
         QCOMPARE(error.domain, QLatin1String(invalidArgumentErrorDomain));
         QCOMPARE(error.code, nameMissingError);
@@ -374,9 +374,9 @@ private slots:
             NVWebBookmarkFile::bookmarkWithName(QStringLiteral("One"), url("http://one.example/")),
             NVWebBookmarkFile::bookmarkWithName(QStringLiteral("Two"), url("ftp://two.example/pub")),
         };
-        QVERIFY(NVWebBookmarkFile::writeBookmarkFiles(written, &mime));
-        QVERIFY(NVWebBookmarkFile::canInitWithPasteboard(&mime));
-        const auto read = NVWebBookmarkFile::bookmarksWithPasteboard(&mime);
+        QVERIFY(NVBookmarkPasteboard::writeBookmarkFiles(written, &mime));
+        QVERIFY(NVBookmarkPasteboard::canInitWithPasteboard(&mime));
+        const auto read = NVBookmarkPasteboard::bookmarksWithPasteboard(&mime);
         QCOMPARE(read.size(), 2);
         for (int index = 0; index < 2; ++index) {
             QCOMPARE(read.at(index)->name(), written.at(index)->name());

@@ -947,7 +947,7 @@ private slots:
     {
         m_apps->addNortavel(Target, QStringLiteral("2.0"));
         addSource();
-        KSImportOperation operation({}, nullptr, m_apps);
+        KSImportOperation operation(KSImportOptions::none(), nullptr, m_apps);
         operation.main();
         const QStringList texts = logTexts(plainLogPath());
         QCOMPARE(texts.filter(QStringLiteral("Error: Error Domain=Kastrel Importer Error Domain Code=10006")).size(),
@@ -958,12 +958,12 @@ private slots:
     void propertiesStartEmpty()
     {
         const QVariantMap options {{QStringLiteral("notes"), true}};
-        KSImportOperation operation(options, nullptr, m_apps);
+        KSImportOperation operation(KSImportOperationInspector::options(options), nullptr, m_apps);
         const OVPlist &library = KSImportOperationInspector::libraryPlist(operation);
         QVERIFY(library.isDictionary());
         QCOMPARE(library.size(), 0);
         QVERIFY(!KSImportOperationInspector::delegate(operation));
-        QCOMPARE(KSImportOperationInspector::importOptions(operation), options);
+        QCOMPARE(KSImportOperationInspector::importOptions(operation), KSImportOperationInspector::options(options));
         QVERIFY(!KSImportOperationInspector::logStream(operation));
         QVERIFY(!KSImportOperationInspector::kastrelApp(operation));
         QCOMPARE(KSImportOperationInspector::majorVersion(operation), quint64(0));

@@ -6,6 +6,7 @@
 #include "engine/KSImportOperation.h"
 #include "engine/KSLibraryRecords.h"
 #include "formats/NVWebBookmarkFile.h"
+#include "formats/NVWebBookmarkReader.h"
 #include "formats/RTFDPackage.h"
 #include "formats/RichTextReader.h"
 #include "foundation/OVFileAttributes.h"
@@ -574,7 +575,9 @@ private slots:
         QVERIFY(QFileInfo::exists(path));
         QCOMPARE(record(QStringLiteral("B2")).value(QStringLiteral("absoluteFilename")), OVPlist(path));
         QCOMPARE(record(QStringLiteral("B2")).value(QStringLiteral("itemType")), OVPlist(6));
-        const NVWebBookmarkFile::Pointer written = NVWebBookmarkFile::bookmarkWithFileAtURL(QUrl::fromLocalFile(path));
+        NVWebBookmarkReader reader;
+        QVERIFY2(reader.read(path), qPrintable(reader.errorString()));
+        const NVWebBookmarkFile::Pointer written = reader.bookmark();
         QCOMPARE(written->URL(), QUrl(QStringLiteral("https://example.org/news")));
         QVERIFY(logText().contains(QStringLiteral("Exporting item with identifier as bookmark: B2")));
     }
@@ -610,8 +613,10 @@ private slots:
         QCOMPARE(m_delegate->errors.size(), 0);
         const OVPlist item = record(QStringLiteral("B1"));
         QVERIFY(item.isValid());
-        const NVWebBookmarkFile::Pointer written = NVWebBookmarkFile::bookmarkWithFileAtURL(
-            QUrl::fromLocalFile(item.value(QStringLiteral("absoluteFilename")).toString()));
+        NVWebBookmarkReader reader;
+        QVERIFY2(reader.read(item.value(QStringLiteral("absoluteFilename")).toString()),
+                 qPrintable(reader.errorString()));
+        const NVWebBookmarkFile::Pointer written = reader.bookmark();
         QVERIFY(written->URL().isEmpty());
         QVERIFY(record(QStringLiteral("B2")).isValid()); // no name is no reason to skip a bookmark
         QCOMPARE(m_delegate->records, 2);

@@ -1,7 +1,7 @@
 // The keyed archiver and unarchiver: archive layout, built-in classes, registered classes,
 // colours and fonts, archives written by other programs, and broken archives.
 #include "TestSupport.h"
-#include "formats/NVColorCoding.h"
+#include "documents/NVColorCoding.h"
 #include "foundation/OVKeyedArchiver.h"
 #include "foundation/OVKeyedUnarchiver.h"
 #include "foundation/OVPlistSerialization.h"

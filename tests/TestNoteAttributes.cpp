@@ -1,7 +1,7 @@
 // The note attributes record: defaults, both archive versions, the coder extensions, copying
 // and the colour conversion that writing performs.
-#include "formats/NVColorCoding.h"
-#include "formats/NVNoteAttributes.h"
+#include "documents/NVColorCoding.h"
+#include "documents/NVNoteAttributes.h"
 #include "foundation/OVKeyedArchiver.h"
 #include "foundation/OVKeyedUnarchiver.h"
 #include "foundation/OVPlistSerialization.h"

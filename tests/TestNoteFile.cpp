@@ -3,7 +3,7 @@
 // deliberate null document attributes after reading, default text attributes, font-family
 // substitution and undo registration.
 #include "TestSupport.h"
-#include "formats/NVNoteFile.h"
+#include "documents/NVNoteFile.h"
 #include "formats/RichTextAttributes.h"
 #include "foundation/OVFileAttributes.h"
 #include "foundation/OVKeyedArchiver.h"

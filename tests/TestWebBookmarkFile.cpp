@@ -1,6 +1,8 @@
 // Web bookmarks: reading property-list and internet-shortcut files, writing, file names,
 // extensions, icons, validation, undo and change notifications.
+#include "documents/NVWebBookmarkEditing.h"
 #include "formats/NVWebBookmarkFile.h"
+#include "formats/NVWebBookmarkReader.h"
 #include "foundation/OVFileAttributes.h"
 #include "foundation/OVPlist.h"
 #include "foundation/OVPlistSerialization.h"
@@ -17,9 +19,23 @@
 
 namespace {
 
+// The bookmark read from the file, whether or not the read succeeded: most tests look at what a
+// file gives, and those of failures check the reader itself.
 NVWebBookmarkFile::Pointer readFile(const QString &path)
 {
-    return NVWebBookmarkFile::bookmarkWithFileAtURL(QUrl::fromLocalFile(path));
+    NVWebBookmarkReader reader;
+    (void)reader.read(path);
+    return reader.bookmark();
+}
+
+NVWebBookmarkFile::Pointer readData(const QByteArray &data, const QString &fileName)
+{
+    QBuffer buffer;
+    buffer.setData(data);
+    buffer.open(QIODevice::ReadOnly);
+    NVWebBookmarkReader reader;
+    (void)reader.read(&buffer, fileName);
+    return reader.bookmark();
 }
 
 NVWebBookmarkFile::Pointer readTestData(const QString &name)
@@ -138,14 +154,74 @@ private slots:
         QCOMPARE(bookmark->name(), QStringLiteral("Gone Away"));
     }
 
+    // The reader's verdict: a file that gives a bookmark reads true; one that does not says why.
+
+    void readableFilesReadWithoutError()
+    {
+        for (const char *name : {"named-xml.webloc", "number-address.webloc"}) {
+            NVWebBookmarkReader reader;
+            QVERIFY2(reader.read(TestSupport::testDataPath(QStringLiteral("bookmarks/") + QLatin1String(name))),
+                     qPrintable(reader.errorString()));
+            QVERIFY(!reader.hasError());
+        }
+    }
+
+    void failedReadsSayWhy_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("missing file") << QStringLiteral("/nonexistent/folder/Gone Away.ftploc")
+                                      << QStringLiteral("could not be opened");
+        QTest::newRow("no property list") << TestSupport::testDataPath(QStringLiteral("bookmarks/not-a-plist.webloc"))
+                                          << QStringLiteral("is not a property list");
+        QTest::newRow("no dictionary") << TestSupport::testDataPath(QStringLiteral("bookmarks/array-root.webloc"))
+                                       << QStringLiteral("holds no dictionary");
+        QTest::newRow("shortcut without key")
+            << TestSupport::testDataPath(QStringLiteral("bookmarks/no-key.url")) << QStringLiteral("holds no \"URL=\"");
+    }
+
+    void failedReadsSayWhy()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, reason);
+        NVWebBookmarkReader reader;
+        QVERIFY(!reader.read(path));
+        QVERIFY(reader.hasError());
+        QVERIFY2(reader.errorString().contains(reason), qPrintable(reader.errorString()));
+        QVERIFY2(reader.errorString().contains(path), qPrintable(reader.errorString()));
+        QVERIFY(reader.bookmark());
+    }
+
+    void shortcutInAnotherEncodingIsRefusedButNamed()
+    {
+        QBuffer buffer;
+        buffer.setData(QByteArray("URL=http://example.org/\xff\xfe"));
+        buffer.open(QIODevice::ReadOnly);
+        NVWebBookmarkReader reader;
+        QVERIFY(!reader.read(&buffer, QStringLiteral("Latin.url")));
+        QVERIFY(reader.errorString().contains(QStringLiteral("not UTF-8")));
+        QCOMPARE(reader.bookmark()->name(), QStringLiteral("Latin"));
+        QVERIFY(reader.bookmark()->URL().isEmpty());
+    }
+
+    void deviceNotOpenIsRefused()
+    {
+        QBuffer closed;
+        NVWebBookmarkReader reader;
+        QVERIFY(!reader.read(&closed, QStringLiteral("Closed.webloc")));
+        QVERIFY(reader.errorString().contains(QStringLiteral("not open for reading")));
+        QVERIFY(!reader.read(nullptr, QStringLiteral("Null.webloc")));
+        QCOMPARE(reader.bookmark()->name(), QStringLiteral("Null"));
+    }
+
     void unparsableAddressInPlistSetsNoURL()
     {
         OVPlist plist = OVPlist::dictionary();
         plist.insert(QStringLiteral("URL"), QStringLiteral("http://exa mple.org/<>"));
         plist.insert(QStringLiteral("public.url-name"), QStringLiteral("Kept"));
-        const auto bookmark = NVWebBookmarkFile::bookmarkWithData(
-            OVPlistSerialization::dataWithPropertyList(plist, OVPlistSerialization::Format::Binary),
-            QStringLiteral("x.webloc"));
+        const auto bookmark
+            = readData(OVPlistSerialization::dataWithPropertyList(plist, OVPlistSerialization::Format::Binary),
+                       QStringLiteral("x.webloc"));
         QVERIFY(bookmark->URL().isEmpty());
         QCOMPARE(bookmark->name(), QStringLiteral("Kept"));
     }
@@ -214,7 +290,7 @@ private slots:
                                withByteOrderMark ? QStringEncoder::Flag::WriteBom : QStringEncoder::Flag::Default);
         const QByteArray bytes
             = encoder.encode(QStringLiteral("[InternetShortcut]\r\nURL=http://www.example.org/\r\n"));
-        const auto bookmark = NVWebBookmarkFile::bookmarkWithData(bytes, QStringLiteral("Wide.url"));
+        const auto bookmark = readData(bytes, QStringLiteral("Wide.url"));
         QVERIFY(bookmark->URL().isEmpty());
         QCOMPARE(bookmark->name(), named ? QStringLiteral("Wide") : QString());
     }
@@ -222,8 +298,8 @@ private slots:
     void hugeShortcutLineIsReadWhole()
     {
         const QByteArray tail(10 * 1024 * 1024, 'a');
-        const auto bookmark = NVWebBookmarkFile::bookmarkWithData(
-            "[InternetShortcut]\nURL=http://www.example.org/" + tail + "\nHotKey=0\n", QStringLiteral("Long.url"));
+        const auto bookmark = readData("[InternetShortcut]\nURL=http://www.example.org/" + tail + "\nHotKey=0\n",
+                                       QStringLiteral("Long.url"));
         QCOMPARE(bookmark->name(), QStringLiteral("Long"));
         QCOMPARE(bookmark->URL().path().size(), tail.size() + 1);
     }
@@ -231,7 +307,7 @@ private slots:
     void hugeLineWithoutKeyChangesNothing()
     {
         const QByteArray line(10 * 1024 * 1024, 'b');
-        const auto bookmark = NVWebBookmarkFile::bookmarkWithData(line, QStringLiteral("Long.url"));
+        const auto bookmark = readData(line, QStringLiteral("Long.url"));
         QVERIFY(bookmark->name().isNull());
         QVERIFY(bookmark->URL().isEmpty());
     }
@@ -441,7 +517,8 @@ private slots:
     void iconIsNeverEmpty()
     {
         for (const char *address : {"http://example.org/", "mailto:a@example.org", ""}) {
-            const QImage icon = NVWebBookmarkFile::bookmarkWithName(QString(), url(address))->iconImage();
+            const QImage icon
+                = NVWebBookmarkEditing::iconImage(*NVWebBookmarkFile::bookmarkWithName(QString(), url(address)));
             QVERIFY(!icon.isNull());
             QCOMPARE(icon.size(), QSize(96, 96));
         }
@@ -452,14 +529,14 @@ private slots:
         const auto bookmark = NVWebBookmarkFile::bookmarkWithName(QStringLiteral("x"), QUrl());
         for (QString name : {QString(), QString(QLatin1String(""))}) {
             OVError error;
-            QVERIFY(!bookmark->validateName(&name, &error));
+            QVERIFY(!NVWebBookmarkEditing::validateName(&name, &error));
             QCOMPARE(error.domain, QStringLiteral("NVWebBookmarkErrorDomain"));
             QCOMPARE(error.code, 10001);
             QCOMPARE(error.localizedDescription, QStringLiteral("Bookmark name must not be empty."));
         }
-        QVERIFY(!bookmark->validateName(nullptr));
+        QVERIFY(!NVWebBookmarkEditing::validateName(nullptr));
         QString blanks = QStringLiteral("   ");
-        QVERIFY(bookmark->validateName(&blanks));
+        QVERIFY(NVWebBookmarkEditing::validateName(&blanks));
         QCOMPARE(blanks, QStringLiteral("   "));
     }
 
@@ -468,7 +545,7 @@ private slots:
         const auto bookmark = NVWebBookmarkFile::bookmarkWithName(QStringLiteral("x"), QUrl());
         QUrl none;
         OVError error;
-        QVERIFY(!bookmark->validateURL(&none, &error));
+        QVERIFY(!NVWebBookmarkEditing::validateURL(&none, &error));
         QCOMPARE(error.domain, QStringLiteral("NVWebBookmarkErrorDomain"));
         QCOMPARE(error.code, 10001);
         QCOMPARE(error.localizedDescription, QStringLiteral("Bookmark URL must not be empty."));
@@ -495,7 +572,7 @@ private slots:
         QFETCH(QString, accepted);
         const auto bookmark = NVWebBookmarkFile::bookmarkWithName(QStringLiteral("x"), QUrl());
         QUrl value = NVWebBookmarkFile::URLWithString(proposed);
-        QVERIFY(bookmark->validateURL(&value));
+        QVERIFY(NVWebBookmarkEditing::validateURL(&value));
         QCOMPARE(NVWebBookmarkFile::absoluteString(value), accepted);
     }
 
@@ -565,7 +642,7 @@ private slots:
 
     void urlChangeNotifiesDependents()
     {
-        QCOMPARE(NVWebBookmarkFile::keyPathsForValuesAffectingIconImage(), QSet<QString> {QStringLiteral("URL")});
+        QCOMPARE(NVWebBookmarkEditing::keyPathsForValuesAffectingIconImage(), QSet<QString> {QStringLiteral("URL")});
         QCOMPARE(NVWebBookmarkFile::keyPathsForValuesAffectingCanPreviewBookmark(),
                  QSet<QString> {QStringLiteral("URL")});
         NVWebBookmarkFile bookmark;

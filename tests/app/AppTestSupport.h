@@ -10,7 +10,7 @@
 #include "app/KSApplicationTermination.h"
 #include "app/KSExportReportDialog.h"
 #include "app/KSImportPanel.h"
-#include "cli/KSImportOptions.h"
+#include "engine/KSImportOptions.h"
 #include "foundation/OVMainThread.h"
 
 #include <QColor>
@@ -150,7 +150,7 @@ struct SheetRun
             if (alsoOnFirstCall)
                 alsoOnFirstCall(*sheet);
         });
-        panel->showSheetOnWindow(window.get(), KSImportOptions::allOptions(true),
+        panel->showSheetOnWindow(window.get(), KSImportOptions(),
                                  [this](int returnCode) { returnCodes.append(returnCode); });
         return panel;
     }

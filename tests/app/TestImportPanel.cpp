@@ -4,8 +4,8 @@
 #include "AppTestSupport.h"
 #include "app/KSImportPanel.h"
 #include "app/KSProgressIndicator.h"
-#include "cli/KSImportOptions.h"
 #include "engine/KSImportOperation.h"
+#include "engine/KSImportOptions.h"
 #include "foundation/OVMainThread.h"
 
 #include <QLabel>
@@ -34,7 +34,7 @@ private:
 
     void show(KSImportPanel &panel)
     {
-        panel.showSheetOnWindow(m_window.get(), KSImportOptions::allOptions(true),
+        panel.showSheetOnWindow(m_window.get(), KSImportOptions(),
                                 [this](int returnCode) { m_returnCodes.append(returnCode); });
     }
 
@@ -80,7 +80,7 @@ private slots:
         QCOMPARE(panel->windowModality(), Qt::WindowModal);
         QCOMPARE(panel->parentWindow(), m_window.get());
         QVERIFY(panel->operation());
-        QCOMPARE(panel->operation()->importOptions().size(), 7);
+        QCOMPARE(panel->operation()->importOptions(), KSImportOptions());
         QTRY_VERIFY_WITH_TIMEOUT(!m_returnCodes.isEmpty(), 60000);
         QCOMPARE(m_returnCodes, QList<int> {1});
         QVERIFY(!panel->isVisible());
@@ -256,9 +256,8 @@ private slots:
         applications->setCallHook([&](const QString &call) {
             if (!call.startsWith(QStringLiteral("export ")))
                 return;
-            OVPerformOnMainThreadAndWait([&] {
-                titles.append(panel->titleMessage() + QStringLiteral(" / ") + panel->informationMessage());
-            });
+            OVPerformOnMainThreadAndWait(
+                [&] { titles.append(panel->titleMessage() + QStringLiteral(" / ") + panel->informationMessage()); });
         });
         panel = makePanel(applications);
         show(*panel);

@@ -4,8 +4,8 @@
 #include "app/AppController.h"
 #include "app/KSImportPanel.h"
 #include "app/KSOptionsPanel.h"
-#include "cli/KSImportOptions.h"
 #include "engine/KSImportOperation.h"
+#include "engine/KSImportOptions.h"
 #include "foundation/OVMainThread.h"
 
 #include <QAbstractButton>
@@ -149,34 +149,34 @@ private slots:
         launch();
         KSOptionsPanel *panel = openOptions();
         QVERIFY(panel);
-        panel->checkBoxForKey(KSImportOptions::notesKey)->click();
+        panel->checkBoxForKey(KSImportOptions::keyOf(KSImportKind::Notes))->click();
         QPushButton *cancel = button(panel, "cancelButton");
         cancel->setFocus(Qt::TabFocusReason);
         QTest::keyClick(cancel, Qt::Key_Return);
         QVERIFY(!panel->isVisible());
-        QCOMPARE(m_controller->importOptions(), KSImportOptions::allOptions(true));
+        QCOMPARE(m_controller->importOptions(), KSImportOptions());
     }
 
     void returnOnACheckBoxConfirms()
     {
         launch();
         KSOptionsPanel *panel = openOptions();
-        QCheckBox *notes = panel->checkBoxForKey(KSImportOptions::notesKey);
+        QCheckBox *notes = panel->checkBoxForKey(KSImportOptions::keyOf(KSImportKind::Notes));
         notes->click();
         notes->setFocus(Qt::TabFocusReason);
         QTest::keyClick(notes, Qt::Key_Return);
         QVERIFY(!panel->isVisible());
-        QCOMPARE(m_controller->importOptions().value(KSImportOptions::notesKey), QVariant(false));
+        QVERIFY(!m_controller->importOptions().contains(KSImportKind::Notes));
     }
 
     void escapeDiscardsTheOptions()
     {
         launch();
         KSOptionsPanel *panel = openOptions();
-        panel->checkBoxForKey(KSImportOptions::imagesKey)->click();
+        panel->checkBoxForKey(KSImportOptions::keyOf(KSImportKind::Images))->click();
         QTest::keyClick(panel, Qt::Key_Escape);
         QVERIFY(!panel->isVisible());
-        QCOMPARE(m_controller->importOptions(), KSImportOptions::allOptions(true));
+        QCOMPARE(m_controller->importOptions(), KSImportOptions());
         QCOMPARE(m_termination->count, 0);
     }
 
@@ -255,10 +255,10 @@ private slots:
         KSOptionsPanel *panel = m_controller->optionsPanel();
         QVERIFY(QTest::qWaitForWindowActive(panel));
         QTest::keyClick(panel, Qt::Key_N, Qt::AltModifier); // Notes
-        QTRY_COMPARE(panel->importOptions().value(KSImportOptions::notesKey), QVariant(false));
+        QTRY_VERIFY(!panel->importOptions().contains(KSImportKind::Notes));
         QTest::keyClick(panel, Qt::Key_C, Qt::AltModifier); // Cancel
         QTRY_VERIFY(!panel->isVisible());
-        QCOMPARE(m_controller->importOptions(), KSImportOptions::allOptions(true));
+        QCOMPARE(m_controller->importOptions(), KSImportOptions());
         QVERIFY(QTest::qWaitForWindowActive(m_controller->infoWindow()));
         QCOMPARE(QApplication::activeWindow(), m_controller->infoWindow());
         QTest::keyClick(m_controller->infoWindow(), Qt::Key_Q, Qt::AltModifier);

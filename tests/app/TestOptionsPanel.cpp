@@ -2,7 +2,7 @@
 // an empty choice, and the return codes of confirming and cancelling.
 #include "AppTestSupport.h"
 #include "app/KSOptionsPanel.h"
-#include "cli/KSImportOptions.h"
+#include "engine/KSImportOptions.h"
 
 #include <QCheckBox>
 #include <QMainWindow>
@@ -21,7 +21,7 @@ private:
     std::unique_ptr<AlertRecorder> m_alerts;
     QList<int> m_returnCodes;
 
-    void show(const QVariantMap &options)
+    void show(const KSImportOptions &options)
     {
         m_panel->showOptionsSheetOnWindow(m_window.get(), options,
                                           [this](int returnCode) { m_returnCodes.append(returnCode); });
@@ -59,28 +59,28 @@ private slots:
 
     void showingTicksTheBoxesOfTheGivenOptions()
     {
-        QVariantMap options = KSImportOptions::allOptions(true);
-        options.insert(KSImportOptions::imagesKey, false);
+        KSImportOptions options;
+        options.set(KSImportKind::Images, false);
         show(options);
         QVERIFY(m_panel->isVisible());
         QCOMPARE(m_panel->windowModality(), Qt::WindowModal);
         QCOMPARE(m_panel->parentWindow(), m_window.get());
-        QVERIFY(!m_panel->checkBoxForKey(KSImportOptions::imagesKey)->isChecked());
-        QVERIFY(m_panel->checkBoxForKey(KSImportOptions::notesKey)->isChecked());
+        QVERIFY(!m_panel->checkBoxForKey(KSImportOptions::keyOf(KSImportKind::Images))->isChecked());
+        QVERIFY(m_panel->checkBoxForKey(KSImportOptions::keyOf(KSImportKind::Notes))->isChecked());
     }
 
     void tickingStoresABooleanUnderTheKey()
     {
-        show(KSImportOptions::allOptions(true));
-        m_panel->checkBoxForKey(KSImportOptions::bookmarksKey)->click();
-        QCOMPARE(m_panel->importOptions().value(KSImportOptions::bookmarksKey), QVariant(false));
-        m_panel->checkBoxForKey(KSImportOptions::bookmarksKey)->click();
-        QCOMPARE(m_panel->importOptions().value(KSImportOptions::bookmarksKey), QVariant(true));
+        show(KSImportOptions());
+        m_panel->checkBoxForKey(KSImportOptions::keyOf(KSImportKind::Bookmarks))->click();
+        QVERIFY(!m_panel->importOptions().contains(KSImportKind::Bookmarks));
+        m_panel->checkBoxForKey(KSImportOptions::keyOf(KSImportKind::Bookmarks))->click();
+        QVERIFY(m_panel->importOptions().contains(KSImportKind::Bookmarks));
     }
 
     void allClearedIsRefusedWithAnAlert()
     {
-        show(KSImportOptions::allOptions(true));
+        show(KSImportOptions());
         for (const QString &key : KSImportOptions::allKeys())
             m_panel->checkBoxForKey(key)->click();
         click("saveButton");
@@ -92,14 +92,14 @@ private slots:
         QVERIFY(m_returnCodes.isEmpty());
         QVERIFY(m_panel->isVisible());
         QVERIFY(m_panel->isSheetShown());
-        QCOMPARE(m_panel->importOptions(), KSImportOptions::allOptions(false));
+        QCOMPARE(m_panel->importOptions(), KSImportOptions::none());
         for (const QString &key : KSImportOptions::allKeys())
             QVERIFY(!m_panel->checkBoxForKey(key)->isChecked());
     }
 
     void emptyOptionsAreRefusedToo()
     {
-        show(QVariantMap());
+        show(KSImportOptions::none());
         m_panel->saveOptions();
         QCOMPARE(m_alerts->alerts.size(), 1);
         QVERIFY(m_returnCodes.isEmpty());
@@ -107,27 +107,27 @@ private slots:
 
     void onlyPDFsConfirmsWithOne()
     {
-        show(KSImportOptions::allOptions(true));
+        show(KSImportOptions());
         for (const QString &key : KSImportOptions::allKeys()) {
-            if (key != KSImportOptions::PDFsKey)
+            if (key != KSImportOptions::keyOf(KSImportKind::PDFs))
                 m_panel->checkBoxForKey(key)->click();
         }
         click("saveButton");
         QCOMPARE(m_returnCodes, QList<int> {1});
         QVERIFY(!m_panel->isVisible());
         QCOMPARE(m_alerts->alerts.size(), 0);
-        QVariantMap expected = KSImportOptions::allOptions(false);
-        expected.insert(KSImportOptions::PDFsKey, true);
+        KSImportOptions expected = KSImportOptions::none();
+        expected.set(KSImportKind::PDFs, true);
         QCOMPARE(m_panel->importOptions(), expected);
     }
 
     void cancelLeavesTheCallersOptionsAlone()
     {
-        const QVariantMap options = KSImportOptions::allOptions(true);
-        const QVariantMap before = options;
+        const KSImportOptions options;
+        const KSImportOptions before = options;
         show(options);
-        m_panel->checkBoxForKey(KSImportOptions::notesKey)->click();
-        m_panel->checkBoxForKey(KSImportOptions::passwordsKey)->click();
+        m_panel->checkBoxForKey(KSImportOptions::keyOf(KSImportKind::Notes))->click();
+        m_panel->checkBoxForKey(KSImportOptions::keyOf(KSImportKind::Passwords))->click();
         click("cancelButton");
         QCOMPARE(m_returnCodes, QList<int> {0});
         QVERIFY(!m_panel->isVisible());
@@ -136,19 +136,19 @@ private slots:
 
     void escapeCancels()
     {
-        show(KSImportOptions::allOptions(true));
+        show(KSImportOptions());
         QTest::keyClick(m_panel.get(), Qt::Key_Escape);
         QCOMPARE(m_returnCodes, QList<int> {0});
     }
 
     void eachShowingStartsFromTheOptionsPassedIn()
     {
-        show(KSImportOptions::allOptions(true));
-        m_panel->checkBoxForKey(KSImportOptions::notesKey)->click();
+        show(KSImportOptions());
+        m_panel->checkBoxForKey(KSImportOptions::keyOf(KSImportKind::Notes))->click();
         click("cancelButton");
-        show(KSImportOptions::allOptions(true));
-        QVERIFY(m_panel->checkBoxForKey(KSImportOptions::notesKey)->isChecked());
-        QCOMPARE(m_panel->importOptions(), KSImportOptions::allOptions(true));
+        show(KSImportOptions());
+        QVERIFY(m_panel->checkBoxForKey(KSImportOptions::keyOf(KSImportKind::Notes))->isChecked());
+        QCOMPARE(m_panel->importOptions(), KSImportOptions());
     }
 };
 

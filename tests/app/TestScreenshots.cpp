@@ -9,7 +9,7 @@
 #include "app/KSImportPanel.h"
 #include "app/KSOptionsPanel.h"
 #include "app/KSProgressIndicator.h"
-#include "cli/KSTranslations.h"
+#include "foundation/KSTranslations.h"
 #include "foundation/OVLocalization.h"
 #include "foundation/OVStringFormat.h"
 

@@ -5,8 +5,8 @@
 #include "app/AppController.h"
 #include "app/KSImportPanel.h"
 #include "app/KSOptionsPanel.h"
-#include "cli/KSImportOptions.h"
-#include "cli/KSTranslations.h"
+#include "engine/KSImportOptions.h"
+#include "foundation/KSTranslations.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -95,7 +95,7 @@ private slots:
     void optionsSheetAndItsAlert()
     {
         KSOptionsPanel panel(m_window.get());
-        panel.showOptionsSheetOnWindow(m_window.get(), KSImportOptions::allOptions(false), [](int) {});
+        panel.showOptionsSheetOnWindow(m_window.get(), KSImportOptions::none(), [](int) {});
         QCOMPARE(textsOf(&panel),
                  (QStringList {QStringLiteral("Exportoptionen"),
                                QStringLiteral("W\u00e4hlen Sie die Arten von Kastrel-Objekten, die exportiert werden "

@@ -4,8 +4,9 @@
 #include "cli/CommandLine.h"
 #include "cli/CommandLineExport.h"
 #include "cli/CommandLineOutput.h"
-#include "cli/KSImportOptions.h"
+#include "cli/KSExitStatus.h"
 #include "engine/KSImportOperation.h"
+#include "engine/KSImportOptions.h"
 
 #include <QBuffer>
 #include <QJsonArray>
@@ -87,20 +88,20 @@ private slots:
 
     void unknownCommandOrArgument()
     {
-        QCOMPARE(CommandLine::run(arguments("frobnicate")), CommandLineExport::usageErrorStatus);
+        QCOMPARE(CommandLine::run(arguments("frobnicate")), KSExitStatus::UsageError);
         QVERIFY(error().contains(QStringLiteral("unknown command \"frobnicate\"")));
-        QCOMPARE(CommandLine::run(arguments("export --fast")), CommandLineExport::usageErrorStatus);
+        QCOMPARE(CommandLine::run(arguments("export --fast")), KSExitStatus::UsageError);
         QVERIFY(error().contains(QStringLiteral("unknown argument \"--fast\"")));
-        QCOMPARE(CommandLine::run(arguments("export --only")), CommandLineExport::usageErrorStatus);
+        QCOMPARE(CommandLine::run(arguments("export --only")), KSExitStatus::UsageError);
     }
 
     void onlyKeysSelectThoseKinds()
     {
         const auto options = CommandLineExport::importOptionsForKeys(QStringLiteral("images, PDFs"));
         QVERIFY(options);
-        QVariantMap expected = KSImportOptions::allOptions(false);
-        expected.insert(KSImportOptions::imagesKey, true);
-        expected.insert(KSImportOptions::PDFsKey, true);
+        KSImportOptions expected = KSImportOptions::none();
+        expected.set(KSImportKind::Images, true);
+        expected.set(KSImportKind::PDFs, true);
         QCOMPARE(*options, expected);
     }
 
@@ -117,8 +118,7 @@ private slots:
         QVERIFY(!CommandLineExport::importOptionsForKeys(QStringLiteral("pdfs")));
 
         auto applications = applicationsWithItems(1);
-        QCOMPARE(CommandLine::run(arguments("export --only notes,movies"), applications),
-                 CommandLineExport::usageErrorStatus);
+        QCOMPARE(CommandLine::run(arguments("export --only notes,movies"), applications), KSExitStatus::UsageError);
         QVERIFY(error().contains(QStringLiteral("unknown key \"movies\"; valid keys: notes,bookmarks,")));
         QCOMPARE(applications->calls().size(), 0); // nothing was run
     }
@@ -128,7 +128,7 @@ private slots:
         auto applications = applicationsWithItems(3);
         CommandLineExport command(applications);
         QCOMPARE(command.run({}), 0);
-        QCOMPARE(command.lastOperation()->importOptions(), KSImportOptions::allOptions(true));
+        QCOMPARE(command.lastOperation()->importOptions(), KSImportOptions());
         const QStringList lines = error().split(QLatin1Char('\n'), Qt::SkipEmptyParts);
         QVERIFY2(lines.contains(QStringLiteral("Exporting Groups")), qPrintable(error()));
         QVERIFY(lines.contains(QStringLiteral("Exporting Smart Groups")));
@@ -179,7 +179,7 @@ private slots:
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^Cannot write note: ")));
         QCOMPARE(CommandLine::run(arguments("export --json"), applications), 3);
         const QJsonObject json = summary();
-        QCOMPARE(json.value(QStringLiteral("exitStatus")).toInt(), 3);
+        QCOMPARE(json.value(QStringLiteral("exitStatus")).toInt(), KSExitStatus::ItemsMissing);
         const QJsonArray problems = json.value(QStringLiteral("problems")).toArray();
         QCOMPARE(problems.size(), 1);
         const QJsonObject problem = problems.first().toObject();

@@ -4,6 +4,7 @@
 // Ctrl-C once and twice, and the --json summary against what the Nortavel 3 stand-in really
 // took in.
 #include "TestConfig.h"
+#include "cli/KSExitStatus.h"
 
 #include <QDBusConnection>
 #include <QDBusInterface>
@@ -206,7 +207,7 @@ private slots:
         START_SCENARIO(scenario, "whole");
         QVERIFY(scenario.installSource());
         QVERIFY(scenario.installTarget());
-        QCOMPARE(scenario.runImporter({QStringLiteral("export"), QStringLiteral("--json")}), 0);
+        QCOMPARE(scenario.runImporter({QStringLiteral("export"), QStringLiteral("--json")}), KSExitStatus::Ended);
         QVERIFY2(!scenario.errorText().contains(QStringLiteral("error ")), qPrintable(scenario.errorText()));
         QVERIFY(scenario.errorText().contains(QStringLiteral("Exporting Groups\n")));
         QVERIFY(scenario.errorText().contains(QStringLiteral("39 of 39 records exported\n")));
@@ -249,7 +250,7 @@ private slots:
     {
         START_SCENARIO(scenario, "no-source");
         QVERIFY(scenario.installTarget()); // and no Kastrel installed
-        QCOMPARE(scenario.runImporter({QStringLiteral("export")}), 1);
+        QCOMPARE(scenario.runImporter({QStringLiteral("export")}), KSExitStatus::Failed);
         QVERIFY2(
             scenario.errorText().contains(QStringLiteral("error 10001: Unable to locate the Kastrel application.\n")),
             qPrintable(scenario.errorText()));
@@ -262,7 +263,7 @@ private slots:
         QVERIFY(scenario.installTarget());
         QCOMPARE(scenario.runImporter({QStringLiteral("export"), QStringLiteral("--only"),
                                        QStringLiteral("images,webArchives"), QStringLiteral("--json")}),
-                 0);
+                 KSExitStatus::Ended);
         const QJsonObject summary = scenario.summary();
         QCOMPARE(summary.value(QStringLiteral("announced")).toObject(),
                  (QJsonObject {{QStringLiteral("images"), 4}, {QStringLiteral("webArchives"), 2}}));
@@ -284,7 +285,7 @@ private slots:
         START_SCENARIO(scenario, "unknown-key");
         QCOMPARE(
             scenario.runImporter({QStringLiteral("export"), QStringLiteral("--only"), QStringLiteral("notes,movies")}),
-            64);
+            KSExitStatus::UsageError);
         QVERIFY(scenario.errorText().contains(
             QStringLiteral("unknown key \"movies\"; valid keys: "
                            "notes,bookmarks,serialNumbers,passwords,images,PDFs,webArchives")));
@@ -297,11 +298,11 @@ private slots:
         QVERIFY(scenario.installSource());
         QVERIFY(scenario.installTarget());
         scenario.leaveOutTheDisplay();
-        QCOMPARE(scenario.runImporter({QStringLiteral("--version")}), 0);
+        QCOMPARE(scenario.runImporter({QStringLiteral("--version")}), KSExitStatus::Ended);
         QVERIFY2(scenario.outputText().startsWith(QStringLiteral("Kastrel Importer ")),
                  qPrintable(scenario.errorText()));
         QCOMPARE(scenario.runImporter({QStringLiteral("export"), QStringLiteral("--only"), QStringLiteral("notes")}),
-                 0);
+                 KSExitStatus::Ended);
         QVERIFY2(scenario.errorText().contains(QStringLiteral("Export ended.\n")), qPrintable(scenario.errorText()));
     }
 
@@ -317,7 +318,7 @@ private slots:
         ::kill(pid_t(importer.processId()), SIGINT);
         QVERIFY(importer.waitForFinished(240000));
         QCOMPARE(importer.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(importer.exitCode(), 2);
+        QCOMPARE(importer.exitCode(), KSExitStatus::Cancelled);
         QVERIFY2(scenario.errorText().contains(QStringLiteral("Cancelling...\n")), qPrintable(scenario.errorText()));
         QVERIFY(scenario.errorText().contains(QStringLiteral("Export cancelled.\n")));
         QVERIFY(!scenario.errorText().contains(QStringLiteral("error ")));

@@ -2,7 +2,7 @@
 // window: German under a German LANG, LC_ALL or LANGUAGE, the English one (its counts only)
 // under C or English, nothing for a language without a catalogue.
 #include "TestConfig.h"
-#include "cli/KSTranslations.h"
+#include "foundation/KSTranslations.h"
 #include "foundation/OVLocalization.h"
 
 #include <QProcess>

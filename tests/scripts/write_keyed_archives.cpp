@@ -1,7 +1,7 @@
 // Writes the archives and property lists that check_keyed_archive.py reads with Python's own
 // property-list reader: an archived string, a colour, a note attributes record, and one
 // property list of every kind in each format.
-#include "formats/NVNoteAttributes.h"
+#include "documents/NVNoteAttributes.h"
 #include "foundation/OVKeyedArchiver.h"
 #include "foundation/OVPlistSerialization.h"
 

@@ -20,11 +20,22 @@ struct KSImportOperationInspector
         return ok && window > 0 ? window : KSImportOperation::DefaultExportWindow;
     }
 
+    // Options from a map of keys to truth values, as the tests spell them: a kind whose key is
+    // missing or not true is off, so an empty map selects nothing.
+    static KSImportOptions options(const QVariantMap &map)
+    {
+        KSImportOptions options = KSImportOptions::none();
+        for (const KSImportKind kind : KSImportOptions::allKinds())
+            options.set(kind, map.value(KSImportOptions::keyOf(kind)).toBool());
+        return options;
+    }
+
     template<typename Pointer = std::unique_ptr<KSImportOperation>>
     static Pointer make(const QVariantMap &options = {}, std::shared_ptr<KSImportOperationDelegate> delegate = nullptr,
                         std::shared_ptr<ScriptingBackend> backend = nullptr)
     {
-        Pointer operation(new KSImportOperation(options, std::move(delegate), std::move(backend)));
+        Pointer operation(new KSImportOperation(KSImportOperationInspector::options(options), std::move(delegate),
+                                                std::move(backend)));
         operation->m_exportWindow = exportWindow();
         return operation;
     }
@@ -44,7 +55,10 @@ struct KSImportOperationInspector
         operation.m_libraryPlist = library;
         operation.m_groupIndex.reset();
     }
-    static const QVariantMap &importOptions(const KSImportOperation &operation) { return operation.importOptions(); }
+    static const KSImportOptions &importOptions(const KSImportOperation &operation)
+    {
+        return operation.importOptions();
+    }
     static const std::shared_ptr<KSImportOperationDelegate> &delegate(const KSImportOperation &operation)
     {
         return operation.delegate();

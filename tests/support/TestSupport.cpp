@@ -21,6 +21,11 @@ QString sharedFixturePath(const QString &relativePath)
     return QFileInfo::exists(path) ? QFileInfo(path).absoluteFilePath() : QString();
 }
 
+bool sharedFolderRequired()
+{
+    return qEnvironmentVariableIntValue("KI_REQUIRE_SHARED") == 1;
+}
+
 QString isolatedFolder(const char *variable)
 {
     const QString folder = qEnvironmentVariable(variable);

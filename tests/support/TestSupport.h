@@ -16,6 +16,11 @@ QString testDataPath(const QString &relativePath);
 // folder is not there (a user's checkout has no shared folder beside it).
 QString sharedFixturePath(const QString &relativePath);
 
+// Whether a missing shared fixture fails the test rather than skipping it: KI_REQUIRE_SHARED=1
+// in the environment, which CTest sets for every test when the build was configured with the
+// CMake option KI_REQUIRE_SHARED (as CI is).
+bool sharedFolderRequired();
+
 // The folder an environment variable of run-isolated.sh names (XDG_DATA_HOME, TMPDIR). Stops
 // the test when it is unset: the empty path would be the working directory, and tests
 // remove these folders between runs.
@@ -37,8 +42,13 @@ bool startStandin(QProcess &process, const QString &program, const QStringList &
 
 } // namespace TestSupport
 
-// Skips the current test function cleanly when a shared fixture is not available.
+// Skips the current test function cleanly when a shared fixture is not available, or fails it
+// when the shared folder is required.
 #define KI_REQUIRE_FIXTURE(variable, relativePath)                                                                     \
     const QString variable = TestSupport::sharedFixturePath(relativePath);                                             \
-    if (variable.isEmpty())                                                                                            \
-        QSKIP(qPrintable(QStringLiteral("shared fixture not available: ") + (relativePath)));
+    if (variable.isEmpty()) {                                                                                          \
+        if (TestSupport::sharedFolderRequired())                                                                       \
+            QFAIL(qPrintable(QStringLiteral("shared fixture missing, and the shared folder is required: ")             \
+                             + (relativePath)));                                                                       \
+        QSKIP(qPrintable(QStringLiteral("shared fixture not available: ") + (relativePath)));                          \
+    }

@@ -12,6 +12,7 @@
 #include "CpuAccount.h"
 #include "engine/DBusScriptingBackend.h"
 #include "engine/KSImportOperation.h"
+#include "engine/KSImportOptions.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -153,9 +154,16 @@ int benchmark(int items, const QString &work, quint32 seed, const QStringList &k
 
     auto backend = std::make_shared<DBusScriptingBackend>();
     auto delegate = std::make_shared<TimingDelegate>();
-    QVariantMap options;
-    for (const QString &key : kinds)
-        options.insert(key, true);
+    KSImportOptions options = KSImportOptions::none();
+    for (const QString &key : kinds) {
+        const std::optional<KSImportKind> kind = KSImportOptions::kindForKey(key);
+        if (!kind) {
+            out << "unknown kind \"" << key << "\"; kinds are " << KSImportOptions::allKeys().join(QLatin1Char(','))
+                << "\n";
+            return 1;
+        }
+        options.set(*kind, true);
+    }
     auto operation = std::make_shared<KSImportOperation>(options, delegate, backend);
 
     // The GUI thread's longest stall: a timer that should fire every 5 ms, and the worst gap.
@@ -301,9 +309,7 @@ int main(int argc, char *argv[])
     int size = 1000;
     QString work = QDir::temp().filePath(QStringLiteral("kastrel-benchmark"));
     quint32 seed = 1;
-    QStringList kinds {QStringLiteral("notes"),      QStringLiteral("bookmarks"), QStringLiteral("serialNumbers"),
-                       QStringLiteral("passwords"),  QStringLiteral("images"),    QStringLiteral("PDFs"),
-                       QStringLiteral("webArchives")};
+    QStringList kinds = KSImportOptions::allKeys();
     for (int i = 1; i + 1 < arguments.size(); i += 2) {
         if (arguments.at(i) == QLatin1String("--items")) {
             size = arguments.at(i + 1).toInt();

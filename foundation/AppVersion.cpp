@@ -1,4 +1,4 @@
-#include "cli/AppVersion.h"
+#include "foundation/AppVersion.h"
 
 namespace KastrelImporter {
 

@@ -1,4 +1,4 @@
-#include "cli/KSTranslations.h"
+#include "foundation/KSTranslations.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -1,7 +1,7 @@
 // The note attributes record, its archive in both format versions, and the coder extensions.
-#include "formats/NVNoteAttributes.h"
+#include "documents/NVNoteAttributes.h"
 
-#include "formats/NVColorCoding.h"
+#include "documents/NVColorCoding.h"
 #include "foundation/OVKeyedUnarchiver.h"
 
 #include <QSettings>

@@ -5,7 +5,7 @@
 // and offers the class-level helpers the target needs around new notes.
 #pragma once
 
-#include "formats/NVNoteAttributes.h"
+#include "documents/NVNoteAttributes.h"
 #include "formats/RTFDPackage.h"
 #include "foundation/OVError.h"
 

@@ -1,10 +1,31 @@
 // The clipboard formats through which bookmarks travel between programs. The property-list
 // and marker types keep the names other programs use for them as format names of QMimeData;
 // the system's URL types are "text/uri-list" and its string and text types "text/plain".
-// The reading and writing itself belongs to NVWebBookmarkFile (NVBookmarkPasteboard.cpp).
 #pragma once
 
+#include "formats/NVWebBookmarkFile.h"
+#include "foundation/OVError.h"
+
+#include <QList>
+#include <QStringList>
+
+class QMimeData;
+
 namespace NVBookmarkPasteboard {
+
+// The types writeBookmarkFiles() fills, in order: web URLs with titles, dictionary bookmarks,
+// the URL type and the text type.
+QStringList bookmarksPasteboardTypes();
+// Whether the clipboard holds something that should become a bookmark; mail messages and the
+// target's own item links, which carry URLs too, do not.
+bool canInitWithPasteboard(const QMimeData *pasteboard);
+QList<NVWebBookmarkFile::Pointer> bookmarksWithPasteboard(const QMimeData *pasteboard);
+// Fills the types of bookmarksPasteboardTypes(). A bookmark without any name (no stored name,
+// no host) cannot stand in the title lists: that is a caller's mistake, answered with false,
+// an error in the domain invalidArgumentErrorDomain and nothing written. Otherwise true, also
+// without a clipboard (null), when there is nothing to fill.
+bool writeBookmarkFiles(const QList<NVWebBookmarkFile::Pointer> &bookmarks, QMimeData *pasteboard,
+                        OVError *error = nullptr);
 
 // A property list: an array of two arrays, the URL strings and the titles, index by index.
 inline constexpr const char *webURLsWithTitlesType = "WebURLsWithTitlesPboardType";

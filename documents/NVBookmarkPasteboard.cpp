@@ -1,6 +1,6 @@
 // Bookmarks on the clipboard: deciding whether the clipboard holds something that should become
 // a bookmark, reading bookmarks from it, and writing bookmarks in several formats at once.
-#include "formats/NVBookmarkPasteboard.h"
+#include "documents/NVBookmarkPasteboard.h"
 
 #include "formats/NVWebBookmarkFile.h"
 #include "foundation/OVLocalization.h"
@@ -106,13 +106,13 @@ QString addressOrPlaceholder(const NVWebBookmarkFile &bookmark)
 
 } // namespace
 
-QStringList NVWebBookmarkFile::bookmarksPasteboardTypes()
+QStringList NVBookmarkPasteboard::bookmarksPasteboardTypes()
 {
     return {QLatin1String(webURLsWithTitlesType), QLatin1String(dictionaryBookmarkType), QLatin1String(URLType),
             QLatin1String(textType)};
 }
 
-bool NVWebBookmarkFile::canInitWithPasteboard(const QMimeData *pasteboard)
+bool NVBookmarkPasteboard::canInitWithPasteboard(const QMimeData *pasteboard)
 {
     if (!pasteboard)
         return false;
@@ -139,7 +139,7 @@ bool NVWebBookmarkFile::canInitWithPasteboard(const QMimeData *pasteboard)
 
 // Reads the first kind offered of: web URLs with titles, a URL, text. Dictionary bookmarks
 // pass canInitWithPasteboard() but are not read here, so they give an empty list.
-QList<NVWebBookmarkFile::Pointer> NVWebBookmarkFile::bookmarksWithPasteboard(const QMimeData *pasteboard)
+QList<NVWebBookmarkFile::Pointer> NVBookmarkPasteboard::bookmarksWithPasteboard(const QMimeData *pasteboard)
 {
     if (!pasteboard)
         return {};
@@ -154,7 +154,7 @@ QList<NVWebBookmarkFile::Pointer> NVWebBookmarkFile::bookmarksWithPasteboard(con
             ? QString::fromUtf8(pasteboard->data(QLatin1String(URLNameType)))
             : QString();
         // One bookmark even when the address cannot be read.
-        return {bookmarkWithName(name, firstURL(pasteboard))};
+        return {NVWebBookmarkFile::bookmarkWithName(name, firstURL(pasteboard))};
     }
 
     if (offers(pasteboard, textType)) {
@@ -165,17 +165,18 @@ QList<NVWebBookmarkFile::Pointer> NVWebBookmarkFile::bookmarksWithPasteboard(con
             text = QStringLiteral("mailto:") + text;
         // Never a name, not even for a mail address: the name then falls back to the host,
         // which a mail address has none of.
-        return {bookmarkWithName(QString(), URLWithString(text))};
+        return {NVWebBookmarkFile::bookmarkWithName(QString(), NVWebBookmarkFile::URLWithString(text))};
     }
     return {};
 }
 
-bool NVWebBookmarkFile::writeBookmarkFiles(const QList<Pointer> &bookmarks, QMimeData *pasteboard, OVError *error)
+bool NVBookmarkPasteboard::writeBookmarkFiles(const QList<NVWebBookmarkFile::Pointer> &bookmarks, QMimeData *pasteboard,
+                                              OVError *error)
 {
     QStringList addresses;
     QStringList titles;
     OVPlist dictionaries = OVPlist::array();
-    for (const Pointer &bookmark : bookmarks) {
+    for (const NVWebBookmarkFile::Pointer &bookmark : bookmarks) {
         const QString title = bookmark ? bookmark->name() : QString();
         if (title.isNull()) {
             // Checked before anything is written, so a refused list leaves the clipboard as it was.
@@ -206,7 +207,7 @@ bool NVWebBookmarkFile::writeBookmarkFiles(const QList<Pointer> &bookmarks, QMim
     if (!bookmarks.isEmpty() && !bookmarks.first()->URL().isEmpty()) {
         const QUrl url = bookmarks.first()->URL();
         pasteboard->setUrls({url});
-        pasteboard->setText(absoluteString(url));
+        pasteboard->setText(NVWebBookmarkFile::absoluteString(url));
     }
     return true;
 }

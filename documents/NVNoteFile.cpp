@@ -1,6 +1,7 @@
 // The note document: reading and writing note packages, and the helpers around new notes.
-#include "formats/NVNoteFile.h"
+#include "documents/NVNoteFile.h"
 
+#include "formats/NVFormatsLog.h"
 #include "formats/NVItemType.h"
 #include "formats/RichTextAttributes.h"
 #include "formats/RichTextFonts.h"
@@ -260,7 +261,8 @@ bool NVNoteFile::writeFileWrapper(RTFDPackage &package, const QString &path, OVE
             return true;
         }
     }
-    qWarning().noquote() << QStringLiteral("Error writing note to %1: %2").arg(path, failure.localizedDescription);
+    qCWarning(lcFormats).noquote()
+        << QStringLiteral("Error writing note to %1: %2").arg(path, failure.localizedDescription);
     if (error)
         *error = failure;
     return false;

@@ -1,5 +1,5 @@
 // NSColor and NSFont fields in keyed archives, as macOS writes them.
-#include "formats/NVColorCoding.h"
+#include "documents/NVColorCoding.h"
 
 #include "foundation/OVKeyedArchiver.h"
 #include "foundation/OVKeyedUnarchiver.h"

@@ -1,0 +1,3 @@
+#include "app/KSAppLog.h"
+
+Q_LOGGING_CATEGORY(lcApp, "kastrel.app")

@@ -1,0 +1,3 @@
+#include "engine/KSEngineLog.h"
+
+Q_LOGGING_CATEGORY(lcEngine, "kastrel.engine")

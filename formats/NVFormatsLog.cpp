@@ -1,0 +1,3 @@
+#include "formats/NVFormatsLog.h"
+
+Q_LOGGING_CATEGORY(lcFormats, "kastrel.formats")
