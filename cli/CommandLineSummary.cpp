@@ -36,7 +36,9 @@ QJsonValue pathOrNull(const QString &path)
 int exitStatus(const CommandLineProgress &progress, const KSExportReport &report)
 {
     const int status = progress.exitStatus();
-    if (status == 0 && report.missingItemCount() > 0)
+    // An item that arrived without part of what it carries (a date, its label, its own
+    // identifier) did not arrive whole either.
+    if (status == 0 && !report.problems.isEmpty())
         return 3;
     return status;
 }

@@ -1,6 +1,6 @@
 # The fault, hostile-input and nothing-lost tests share a harness (tests/faults), start both
 # stand-ins, and replay the fuzzers' regression inputs through the fuzz entry points.
-foreach(test TestFaults TestHostileInput TestNothingLost)
+foreach(test TestFaults TestHostileInput TestNothingLost TestItemFaults)
     if(TARGET ${test})
         target_sources(${test} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/faults/FaultHarness.cpp
                                        ${CMAKE_CURRENT_SOURCE_DIR}/faults/FaultHarness.h)
@@ -19,6 +19,10 @@ if(TARGET TestNothingLost)
         add_dependencies(TestNothingLost kastrel-importer)
     endif()
     set_tests_properties(TestNothingLost PROPERTIES TIMEOUT 900)
+endif()
+# The item-fault test also runs the export command.
+if(TARGET TestItemFaults AND TARGET kastrel-importer)
+    add_dependencies(TestItemFaults kastrel-importer)
 endif()
 if(TARGET TestHostileInputRegressions AND TARGET KastrelFuzzInputs)
     target_link_libraries(TestHostileInputRegressions PRIVATE KastrelFuzzInputs)
