@@ -90,10 +90,14 @@ QDateTime date(const std::optional<QVariant> &value, const QString &what)
     if (!holds(*value, QMetaType::Double))
         raiseWrongType(what, "a date", *value);
     const double seconds = value->toDouble();
-    if (!std::isfinite(seconds) || seconds >= EndOfDatesSeconds || seconds < EarliestDateSeconds)
+    // Compared in whole milliseconds, as the date keeps it: a moment before the year 10000 that
+    // rounds into it is no date either.
+    const double milliseconds = std::round(seconds * 1000.0);
+    if (!std::isfinite(seconds) || milliseconds >= EndOfDatesSeconds * 1000.0
+        || milliseconds < EarliestDateSeconds * 1000.0)
         throw KSScriptingValueException(
             QStringLiteral("%1 is no date of the years 1 to 9999 (%2 seconds)").arg(what).arg(seconds));
-    return QDateTime::fromMSecsSinceEpoch(qint64(std::llround(seconds * 1000.0)), Qt::UTC);
+    return QDateTime::fromMSecsSinceEpoch(qint64(milliseconds), Qt::UTC);
 }
 
 std::optional<quint32> fourCharCode(const std::optional<QVariant> &value, const QString &what)

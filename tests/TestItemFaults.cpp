@@ -126,6 +126,8 @@ private slots:
         QTest::newRow("1e300") << image << "creationDate" << QVariant(1e300) << "dateCreated";
         QTest::newRow("-1e300") << note << "modificationDate" << QVariant(-1e300) << "dateModified";
         QTest::newRow("year 10000") << note << "creationDate" << QVariant(253402300800.0) << "dateCreated";
+        QTest::newRow("rounding into year 10000")
+            << note << "creationDate" << QVariant(253402300799.9996) << "dateCreated";
         QTest::newRow("before year 1") << note << "creationDate" << QVariant(-62135596801.0) << "dateCreated";
         QTest::newRow("date as text") << note << "creationDate" << QVariant(QStringLiteral("2020")) << "dateCreated";
         QTest::newRow("comments as integer") << note << "comments" << QVariant(7) << "comments";
