@@ -33,12 +33,6 @@ QString verdict(int status, const KSExportReport &report, bool handedOff)
 {
     switch (status) {
     case KSExitStatus::Ended:
-        if (report.incompleteItemCount() > 0)
-            return OVLocalizedCountString(
-                QT_TRANSLATE_N_NOOP(
-                    "KastrelImporter",
-                    "Export ended, but %n items arrived without part of what they carry (listed above)."),
-                qint64(report.incompleteItemCount()));
         return OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Export ended."));
     case KSExitStatus::Cancelled:
         return OVLocalizedString(
@@ -46,7 +40,7 @@ QString verdict(int status, const KSExportReport &report, bool handedOff)
     case KSExitStatus::ItemsMissing:
         return OVLocalizedCountString(
             QT_TRANSLATE_N_NOOP("KastrelImporter", "Export ended, but %n items did not arrive whole (listed above)."),
-            qint64(report.missingItemCount()));
+            qint64(report.problems.size()));
     default:
         break;
     }
@@ -80,9 +74,9 @@ QString CommandLineExport::usage()
                    "export; a second Ctrl-C stops at once.\n"
                    "Exit status: 0 ended with every item in Nortavel 3, 1 an error was reported (nothing\n"
                    "was handed to Nortavel 3), 2 cancelled, 3 ended but items that should have arrived did\n"
-                   "not, or arrived as a note holding their original file (each is listed with the reason;\n"
-                   "items passed over on purpose, such as those without a name, are listed but do not count),\n"
-                   "64 wrong usage.\n"))
+                   "not, or arrived as a note holding their original file or without part of what they carry\n"
+                   "(each is listed with the reason; items passed over on purpose, such as those without a\n"
+                   "name, are listed but do not count), 64 wrong usage.\n"))
         .arg(validKeys());
 }
 

@@ -37,7 +37,9 @@ QJsonValue pathOrNull(const QString &path)
 int exitStatus(const CommandLineProgress &progress, const KSExportReport &report)
 {
     const int status = progress.exitStatus();
-    if (status == KSExitStatus::Ended && report.missingItemCount() > 0)
+    // An item that arrived without part of what it carries (a date, its label, its own
+    // identifier) did not arrive whole either.
+    if (status == KSExitStatus::Ended && !report.problems.isEmpty())
         return KSExitStatus::ItemsMissing;
     return status;
 }

@@ -25,7 +25,8 @@ bool KSImportOperation::importBookmarks()
 
     steps.placeFile = [this, &folder](const KastrelDatabaseItem &item, const QString &name, const QString &identifier,
                                       const QString &) -> std::optional<PlacedFile> {
-        const QString location = item.location();
+        QString location;
+        readItemProperty(QStringLiteral("location"), [&] { location = item.location(); });
         // Addresses as people paste them (a blank, an accented path, a host in its own
         // script) are made into URLs as browsers do, so they are not lost.
         const QUrl url = location.isEmpty() ? QUrl() : NVWebBookmarkFile::URLWithLocation(location);

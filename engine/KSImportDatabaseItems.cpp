@@ -17,8 +17,8 @@ bool KSImportOperation::importDatabaseItems(const QList<KastrelDatabaseItem> &it
     steps.exportFailureText = QT_TRANSLATE_NOOP("KastrelImporter", "Unable to export database item with name \"%@\".");
     steps.logFormat = QStringLiteral("Exporting item with identifier: %@");
 
-    steps.placeFile = [type, &directory](const KastrelDatabaseItem &item, const QString &, const QString &,
-                                         const QString &exported) -> std::optional<PlacedFile> {
+    steps.placeFile = [this, type, &directory](const KastrelDatabaseItem &item, const QString &, const QString &,
+                                               const QString &exported) -> std::optional<PlacedFile> {
         QString path = exported;
         // The file keeps the name the source chose. Only when sanitising would not change it is
         // it "moved", onto itself; a name the sanitiser would change is left alone, and the
@@ -41,10 +41,13 @@ bool KSImportOperation::importDatabaseItems(const QList<KastrelDatabaseItem> &it
         return PlacedFile {type, path, fileName};
     };
 
-    steps.completeRecord = [](const KastrelDatabaseItem &item, OVPlist &record) {
+    steps.completeRecord = [this](const KastrelDatabaseItem &item, OVPlist &record) {
         insertNameAndDates(record, record.value(QStringLiteral("filename")).toString(), item);
         // Only ever yes: an item that is not encrypted says nothing.
-        if (item.respondsToEncrypted() && item.encrypted().value_or(false))
+        std::optional<bool> encrypted;
+        if (item.respondsToEncrypted())
+            readItemProperty(QStringLiteral("encrypted"), [&] { encrypted = item.encrypted(); });
+        if (encrypted.value_or(false))
             record.insert(QStringLiteral("com.orvantis.Nortavel.EncryptItemOnImport"), true);
     };
     return exportEachItem(items, steps);

@@ -66,13 +66,15 @@ bool KSImportOperation::importDatabaseItemsAsNotes(const QList<KastrelDatabaseIt
         return PlacedFile {NVItemTypeNote, notePath, noteName};
     };
 
-    steps.completeRecord = [](const KastrelDatabaseItem &item, OVPlist &record) {
+    steps.completeRecord = [this](const KastrelDatabaseItem &item, OVPlist &record) {
         insertNameAndDates(record, record.value(QStringLiteral("filename")).toString(), item);
         // Notes pass their flag on as it is, yes or no; password items without one are encrypted.
-        if (item.respondsToEncrypted())
-            record.insert(QStringLiteral("com.orvantis.Nortavel.EncryptItemOnImport"),
-                          item.encrypted().value_or(false));
-        else if (item.respondsToPassword())
+        // A flag that cannot be read is left out, as it is for a note that has none.
+        std::optional<bool> encrypted;
+        if (item.respondsToEncrypted()) {
+            if (readItemProperty(QStringLiteral("encrypted"), [&] { encrypted = item.encrypted(); }))
+                record.insert(QStringLiteral("com.orvantis.Nortavel.EncryptItemOnImport"), encrypted.value_or(false));
+        } else if (item.respondsToPassword())
             record.insert(QStringLiteral("com.orvantis.Nortavel.EncryptItemOnImport"), true);
     };
     return exportEachItem(items, steps);

@@ -217,7 +217,7 @@ private:
     QString checkedExportPath(const KastrelDatabaseItem &item, const QString &answered, const QString &folder);
     // Sets what the item has of its creation and modification dates on the file at `path`;
     // answers whether every date it has was set.
-    static bool setFileDates(const QString &path, const KastrelDatabaseItem &item);
+    bool setFileDates(const QString &path, const KastrelDatabaseItem &item);
     // The same for a file whose record carries no dates (bookmarks, PDFs): a failure loses
     // them, so the item is listed as not fully imported.
     void setOnlyCopyOfFileDates(const QString &path, const KastrelDatabaseItem &item, const QString &identifier,
@@ -226,7 +226,20 @@ private:
     static OVPlist itemRecord(qint64 type, const QString &identifier, const QString &path, const QString &fileName);
     // The name (the file name without its extension), the hidden-extension flag and what the
     // item has of its dates: the keys notes and database items share.
-    static void insertNameAndDates(OVPlist &record, const QString &fileName, const KastrelDatabaseItem &item);
+    void insertNameAndDates(OVPlist &record, const QString &fileName, const KastrelDatabaseItem &item);
+    // Runs `read`, which reads the optional property `property` of the item being exported.
+    // A value the source answered but that cannot be used (of the wrong type, a date that is
+    // no date, a label that is not there) does not stop the run: the item is listed as
+    // incomplete, once per property, and `read` is taken to have found nothing. Answers
+    // whether the read went through. Failures of the source itself still end the run.
+    bool readItemProperty(const QString &property, const std::function<void()> &read);
+    // The item's creation and modification dates, each null when absent or unusable.
+    QDateTime itemCreationDate(const KastrelDatabaseItem &item);
+    QDateTime itemModificationDate(const KastrelDatabaseItem &item);
+    // The identifier the record of an item with the source's `identifier` is kept under: the
+    // source's own, or, when an earlier item of the run has it already, one derived from it
+    // ("ID-2", "ID-3", ...), the same from run to run; such an item is listed.
+    QString recordIdentifierForItem(const QString &identifier, const QString &name);
     // The reason of the 10003 error for `item`: `format` filled with the item's name.
     static OVError itemExportError(const char *format, const QString &name);
 
@@ -281,6 +294,9 @@ private:
     bool m_errorReported = false;
     bool m_createdExportFolder = false;
     QString m_currentItemName;
+    // The item being recorded, and which of its optional properties could not be used.
+    QString m_currentItemIdentifier;
+    QSet<QString> m_unusableItemProperties;
     QString m_currentOptionKey; // the kind the item stage is exporting, for skipped items
 
     // Item identifier to the groups listing it, made from the group tables on first use, so

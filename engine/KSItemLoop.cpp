@@ -44,15 +44,21 @@ bool KSImportOperation::exportEachItem(const QList<KastrelDatabaseItem> &items, 
         }
 
         const QString identifier = item.id();
+        m_currentItemIdentifier = identifier;
+        m_unusableItemProperties.clear();
         const std::optional<PlacedFile> placed = steps.placeFile(item, name, identifier, exported);
         if (!placed)
             return false;
         writeLog(OVStringWithFormat(steps.logFormat, {identifier}));
 
-        OVPlist record = itemRecord(placed->type, identifier, placed->path, placed->fileName);
+        const QString recordIdentifier = recordIdentifierForItem(identifier, name);
+        OVPlist record = itemRecord(placed->type, recordIdentifier, placed->path, placed->fileName);
         steps.completeRecord(item, record);
         addGeneralAttributesToDatabaseItem(item, record);
-        setEntityRecord(KSLibraryRecords::itemEntity, identifier, record);
+        // The groups name the source's identifier, which stays with the item listed first.
+        if (recordIdentifier != identifier)
+            record.insert(QStringLiteral("groups"), OVPlist::Array {OVPlist(QStringLiteral("LibraryGroup"))});
+        setEntityRecord(KSLibraryRecords::itemEntity, recordIdentifier, record);
         // Nothing reads the item again: what the connection keeps of it can go.
         item.release();
 

@@ -4,6 +4,7 @@
 #include "engine/KSImportErrors.h"
 #include "engine/KSImportOperation.h"
 #include "engine/KSLibraryRecords.h"
+#include "engine/ScriptingValues.h"
 #include "foundation/OVFileAttributes.h"
 #include "foundation/OVFileNameStrings.h"
 #include "foundation/OVLocalization.h"
@@ -54,14 +55,34 @@ void indexGroups(const OVPlist &table, QHash<QString, OVPlist::Array> &index)
 
 void KSImportOperation::addGeneralAttributesToDatabaseItem(const KastrelDatabaseItem &item, OVPlist &itemRecord)
 {
-    const QString comments = item.comments();
+    QString comments;
+    readItemProperty(QStringLiteral("comments"), [&] { comments = item.comments(); });
     if (!comments.isEmpty())
         itemRecord.insert(QStringLiteral("comments"), comments);
-    const QString tags = tagsStringForDatabaseItem(item);
+    QString tags;
+    readItemProperty(QStringLiteral("tags"), [&] { tags = tagsStringForDatabaseItem(item); });
     if (!tags.isEmpty())
         itemRecord.insert(QStringLiteral("tagsString"), tags);
-    if (const std::optional<KastrelLabel> label = item.label())
-        itemRecord.insert(QStringLiteral("label"), label->id());
+    QString label;
+    readItemProperty(QStringLiteral("label"), [&] {
+        const std::optional<KastrelLabel> reference = item.label();
+        if (!reference)
+            return;
+        try {
+            label = reference->id();
+        } catch (const KSScriptingValueException &) {
+            throw;
+        } catch (const KSScriptingException &exception) {
+            // The source refused to read the object the reference names: it leads nowhere.
+            // A source that quit or hangs ends the run as ever.
+            if (exception.failure() != KSScriptingException::Failure::Other)
+                throw;
+            throw KSScriptingValueException(
+                QStringLiteral("The label %1 is not there: %2").arg(reference->objectPath(), exception.reason()));
+        }
+    });
+    if (!label.isEmpty())
+        itemRecord.insert(QStringLiteral("label"), label);
     itemRecord.insert(QStringLiteral("groups"), groupIdentifiersForDatabaseItem(item));
 }
 
@@ -129,8 +150,8 @@ QSet<QString> KSImportOperation::recordedFiles() const
 
 bool KSImportOperation::setFileDates(const QString &path, const KastrelDatabaseItem &item)
 {
-    const QDateTime created = item.creationDate();
-    const QDateTime modified = item.modificationDate();
+    const QDateTime created = itemCreationDate(item);
+    const QDateTime modified = itemModificationDate(item);
     bool set = true;
     if (created.isValid())
         set = OVFileAttributes::setCreationDate(path, created) && set;
@@ -164,8 +185,8 @@ void KSImportOperation::insertNameAndDates(OVPlist &record, const QString &fileN
 {
     record.insert(QStringLiteral("name"), OVExtensions::stringByDeletingPathExtension(fileName));
     record.insert(QStringLiteral("extensionHidden"), true);
-    const QDateTime created = item.creationDate();
-    const QDateTime modified = item.modificationDate();
+    const QDateTime created = itemCreationDate(item);
+    const QDateTime modified = itemModificationDate(item);
     if (created.isValid())
         record.insert(QStringLiteral("dateCreated"), created);
     if (modified.isValid())

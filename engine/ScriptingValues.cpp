@@ -12,7 +12,8 @@ namespace {
 
 [[noreturn]] void raiseWrongType(const QString &what, const char *expected, const QVariant &value)
 {
-    throw KSScriptingException(QStringLiteral("%1 is %2, not %3").arg(what, typeName(value), QLatin1String(expected)));
+    throw KSScriptingValueException(
+        QStringLiteral("%1 is %2, not %3").arg(what, typeName(value), QLatin1String(expected)));
 }
 
 bool holds(const QVariant &value, QMetaType::Type type)
@@ -32,9 +33,10 @@ std::optional<T> plain(const std::optional<QVariant> &value, const QString &what
     return value->value<T>();
 }
 
-// Dates beyond these seconds (about the years -9999 and 9999) are not dates anyone stored.
-constexpr double LatestDateSeconds = 253402300799.0;
-constexpr double EarliestDateSeconds = -377705116800.0;
+// 0001-01-01T00:00:00Z and the second after 9999-12-31T23:59:59Z: dates outside these years
+// are not dates anyone stored, and the library file cannot carry them.
+constexpr double EndOfDatesSeconds = 253402300800.0;
+constexpr double EarliestDateSeconds = -62135596800.0;
 
 } // namespace
 
@@ -88,9 +90,14 @@ QDateTime date(const std::optional<QVariant> &value, const QString &what)
     if (!holds(*value, QMetaType::Double))
         raiseWrongType(what, "a date", *value);
     const double seconds = value->toDouble();
-    if (!std::isfinite(seconds) || seconds > LatestDateSeconds || seconds < EarliestDateSeconds)
-        throw KSScriptingException(QStringLiteral("%1 is no readable date (%2 seconds)").arg(what).arg(seconds));
-    return QDateTime::fromMSecsSinceEpoch(qint64(std::llround(seconds * 1000.0)), Qt::UTC);
+    // Compared in whole milliseconds, as the date keeps it: a moment before the year 10000 that
+    // rounds into it is no date either.
+    const double milliseconds = std::round(seconds * 1000.0);
+    if (!std::isfinite(seconds) || milliseconds >= EndOfDatesSeconds * 1000.0
+        || milliseconds < EarliestDateSeconds * 1000.0)
+        throw KSScriptingValueException(
+            QStringLiteral("%1 is no date of the years 1 to 9999 (%2 seconds)").arg(what).arg(seconds));
+    return QDateTime::fromMSecsSinceEpoch(qint64(milliseconds), Qt::UTC);
 }
 
 std::optional<quint32> fourCharCode(const std::optional<QVariant> &value, const QString &what)

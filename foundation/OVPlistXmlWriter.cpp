@@ -76,16 +76,35 @@ private:
         m_out->clear();
     }
 
-    // Whole runs between the three characters that need escaping are copied at once: the
-    // library file of a large export is mostly strings. Characters XML cannot carry are left
-    // out, since one of them in an item's name would make readers refuse the whole file.
+    // What stands for `c` in the file's text, or nothing when it stands for itself.
+    static const char *escapeFor(char c)
+    {
+        switch (c) {
+        case '<':
+            return "&lt;";
+        case '>':
+            return "&gt;";
+        case '&':
+            return "&amp;";
+        case '\r':
+            return "&#13;";
+        default:
+            return nullptr;
+        }
+    }
+
+    // Whole runs between the characters that need escaping are copied at once: the library
+    // file of a large export is mostly strings. Characters XML cannot carry are left out, since
+    // one of them in an item's name would make readers refuse the whole file. A carriage return
+    // goes in as a character reference: written as it is, every reader would hand it back as a
+    // line feed (and CR LF as one line feed), and a path holding one would name another file.
     void escaped(const QString &text)
     {
         const QByteArray utf8 = OVXmlCharacters::carriable(text).toUtf8();
         const char *run = utf8.constData();
         const char *const end = run + utf8.size();
         for (const char *c = run; c != end; ++c) {
-            const char *replacement = *c == '<' ? "&lt;" : *c == '>' ? "&gt;" : *c == '&' ? "&amp;" : nullptr;
+            const char *replacement = escapeFor(*c);
             if (replacement) {
                 m_out->append(run, c - run).append(replacement);
                 run = c + 1;

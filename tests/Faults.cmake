@@ -1,7 +1,7 @@
 # The fault, hostile-input and nothing-lost tests share a harness (tests/faults), start both
 # stand-ins, and replay the fuzzers' regression inputs through the fuzz entry points.
-ki_require_tests(TestFaults TestHostileInput TestNothingLost TestHostileInputRegressions)
-foreach(test TestFaults TestHostileInput TestNothingLost)
+ki_require_tests(TestFaults TestHostileInput TestNothingLost TestHostileInputRegressions TestItemFaults)
+foreach(test TestFaults TestHostileInput TestNothingLost TestItemFaults)
     target_sources(${test} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/faults/FaultHarness.cpp
                                    ${CMAKE_CURRENT_SOURCE_DIR}/faults/FaultHarness.h)
     target_include_directories(${test} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/faults)
@@ -17,6 +17,10 @@ if(TARGET kastrel-importer)
     add_dependencies(TestNothingLost kastrel-importer)
 endif()
 set_tests_properties(TestNothingLost PROPERTIES TIMEOUT 900)
+# The item-fault test also runs the export command.
+if(TARGET kastrel-importer)
+    add_dependencies(TestItemFaults kastrel-importer)
+endif()
 if(TARGET KastrelFuzzInputs)
     target_link_libraries(TestHostileInputRegressions PRIVATE KastrelFuzzInputs)
 endif()

@@ -1,9 +1,9 @@
 // What the source application hands over is not to be trusted: names with "/", "..", control
-// characters, thousands of characters or different Unicode forms of one name, tag names with
-// commas, a megabyte of colour, and Export answers that point outside the folder given. The
-// export writes and deletes nothing outside the export folder, the log folder and the user's
-// temporary folder; and the per-user temporary folder is refused when it is a link or
-// another user's, never followed and never deleted.
+// characters, carriage returns, thousands of characters or different Unicode forms of one
+// name, tag names with commas, a megabyte of colour, and Export answers that point outside
+// the folder given. The export writes and deletes nothing outside the export folder, the log
+// folder and the user's temporary folder; and the per-user temporary folder is refused when it
+// is a link or another user's, never followed and never deleted.
 #include "FaultHarness.h"
 #include "InMemoryScripting.h"
 #include "KSImportOperationInspector.h"
@@ -86,6 +86,8 @@ private slots:
                                  QStringLiteral("~/sentinels/link"),
                                  QStringLiteral("\u0001ctrl\u0007\u001b[31mred\u007f"),
                                  QStringLiteral("tab\there"),
+                                 QStringLiteral("carriage\rreturn"),
+                                 QStringLiteral("crlf\r\nname"),
                                  QString(10000, QLatin1Char('n')),
                                  nfc,
                                  nfd};

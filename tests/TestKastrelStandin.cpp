@@ -15,6 +15,8 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <cmath>
+#include <limits>
 #include <memory>
 
 using PropertyList = QList<QVariantMap>;
@@ -51,12 +53,12 @@ QDBusObjectPath objectPath(const QString &path)
 class Standin
 {
 public:
-    bool start(const QString &identifier, const QStringList &extraArguments)
+    bool start(const QString &identifier, const QStringList &extraArguments, const QString &library = libraryPath())
     {
         m_identifier = identifier;
         return TestSupport::startStandin(m_process, standinExecutable(),
-                                         QStringList {QStringLiteral("serve"), QStringLiteral("--library"),
-                                                      libraryPath(), QStringLiteral("--identifier"), identifier}
+                                         QStringList {QStringLiteral("serve"), QStringLiteral("--library"), library,
+                                                      QStringLiteral("--identifier"), identifier}
                                              + extraArguments);
     }
 
@@ -146,10 +148,11 @@ private:
     }
 
     std::unique_ptr<Standin> startStandin(const QStringList &arguments,
-                                          const QString &identifier = QStringLiteral("com.fendwick.kastrel4"))
+                                          const QString &identifier = QStringLiteral("com.fendwick.kastrel4"),
+                                          const QString &library = libraryPath())
     {
         auto standin = std::make_unique<Standin>();
-        if (!standin->start(identifier, arguments))
+        if (!standin->start(identifier, arguments, library))
             return nullptr;
         return standin;
     }
@@ -361,6 +364,61 @@ private slots:
         QCOMPARE(image.value(QStringLiteral("encrypted")).toBool(), true);
         QVERIFY(!image.contains(QStringLiteral("creationDate")));
         QVERIFY(image.contains(QStringLiteral("modificationDate")));
+    }
+
+    void servedValuesAreAnsweredAsGiven()
+    {
+        QTemporaryDir folder;
+        QFile manifest(folder.filePath(QStringLiteral("library.json")));
+        QVERIFY(manifest.open(QIODevice::WriteOnly));
+        manifest.write(R"({"items": [{"kind": "bookmark", "id": "a", "name": "A", "creationDate": 0,)"
+                       R"( "location": "https://example.org/", "served": {"creationDate": {"date": "NaN"},)"
+                       R"( "modificationDate": {"date": "-Infinity"}, "encrypted": "yes",)"
+                       R"( "comments": {"integer": 7}, "label": {"objectPath": "/labels/99"},)"
+                       R"( "location": true, "name": 1e300}},)"
+                       R"( {"kind": "note", "id": "a", "served": {"creationDate": {"date": "Infinity"}}}]})");
+        manifest.close();
+        auto standin = startStandin({}, QStringLiteral("com.fendwick.kastrel4"), folder.path());
+        QVERIFY(standin);
+
+        const QVariantMap served = standin->propertiesOf(QStringLiteral("/items/0"));
+        QCOMPARE(served.value(QStringLiteral("id")).toString(), QStringLiteral("a"));
+        QVERIFY(std::isnan(served.value(QStringLiteral("creationDate")).toDouble()));
+        QCOMPARE(served.value(QStringLiteral("modificationDate")).toDouble(), -std::numeric_limits<double>::infinity());
+        QCOMPARE(served.value(QStringLiteral("encrypted")).typeId(), QMetaType::QString);
+        QCOMPARE(served.value(QStringLiteral("comments")).typeId(), QMetaType::Int);
+        QCOMPARE(served.value(QStringLiteral("comments")).toInt(), 7);
+        QCOMPARE(qvariant_cast<QDBusObjectPath>(served.value(QStringLiteral("label"))).path(),
+                 QStringLiteral("/labels/99"));
+        QCOMPARE(served.value(QStringLiteral("location")).typeId(), QMetaType::Bool);
+        QCOMPARE(served.value(QStringLiteral("name")).toDouble(), 1e300);
+        // Two items may share an identifier.
+        const QVariantMap second = standin->propertiesOf(QStringLiteral("/items/1"));
+        QCOMPARE(second.value(QStringLiteral("id")).toString(), QStringLiteral("a"));
+        QCOMPARE(second.value(QStringLiteral("creationDate")).toDouble(), std::numeric_limits<double>::infinity());
+    }
+
+    void servedValuesTheStandinCannotSendAreRefused_data()
+    {
+        QTest::addColumn<QByteArray>("served");
+        QTest::newRow("not an object") << QByteArray(R"("NaN")");
+        QTest::newRow("unknown date word") << QByteArray(R"({"creationDate": {"date": "soon"}})");
+        QTest::newRow("no object path") << QByteArray(R"({"label": {"objectPath": "labels"}})");
+        QTest::newRow("two forms") << QByteArray(R"({"label": {"objectPath": "/a", "integer": 1}})");
+        QTest::newRow("null") << QByteArray(R"({"label": null})");
+    }
+
+    void servedValuesTheStandinCannotSendAreRefused()
+    {
+        QFETCH(QByteArray, served);
+        QTemporaryDir folder;
+        QFile manifest(folder.filePath(QStringLiteral("library.json")));
+        QVERIFY(manifest.open(QIODevice::WriteOnly));
+        manifest.write(R"({"items": [{"kind": "note", "id": "a", "served": )" + served + "}]}");
+        manifest.close();
+        QByteArray standardError;
+        QCOMPARE(runStandin({QStringLiteral("--library"), folder.path()}, &standardError), 2);
+        QVERIFY2(standardError.contains("items[0]: \"served\""), standardError.constData());
     }
 
     void absentValuesAreLeftOut()

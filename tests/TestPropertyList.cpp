@@ -276,6 +276,32 @@ private slots:
         QCOMPARE(back.value(QStringLiteral("kept")).toString(), kept);
     }
 
+    void xmlWritesCarriageReturnsSoThatReadersKeepThem()
+    {
+        // A reader hands back a carriage return written as it is as a line feed (and CR LF as
+        // one line feed): a path holding one would name another file.
+        const QString path = QStringLiteral("/tmp/Kastrel/Images/carriage\rreturn\r\nline\n.png");
+        OVPlist root;
+        root.insert(QStringLiteral("key\r"), path);
+        OVError error;
+        const QByteArray xml = OVPlistSerialization::dataWithPropertyList(root, Format::Xml, &error);
+        QVERIFY2(!xml.isEmpty(), qPrintable(error.localizedDescription));
+        QVERIFY2(!xml.contains('\r'), xml.constData());
+        QVERIFY2(xml.contains("carriage&#13;return&#13;\nline\n.png"), xml.constData());
+        QVERIFY2(xml.contains("<key>key&#13;</key>"), xml.constData());
+
+        QXmlStreamReader reader(xml);
+        QStringList texts;
+        while (!reader.atEnd()) {
+            if (reader.readNext() == QXmlStreamReader::StartElement
+                && (reader.name() == QLatin1String("key") || reader.name() == QLatin1String("string")))
+                texts.append(reader.readElementText());
+        }
+        QVERIFY2(!reader.hasError(), qPrintable(reader.errorString()));
+        QCOMPARE(texts, QStringList({QStringLiteral("key\r"), path}));
+        QCOMPARE(OVPlistSerialization::propertyListWithData(xml, nullptr, &error), root);
+    }
+
     void rewritingTerminalProfileGivesTheSameBytes()
     {
         KI_REQUIRE_FIXTURE(path, QStringLiteral("plist/Alucard.terminal"));

@@ -228,6 +228,14 @@
         <translation>seine Adresse „%@“ ist keine Webadresse</translation>
     </message>
     <message>
+        <source>its &quot;%@&quot; could not be used (%@)</source>
+        <translation>seine Eigenschaft „%@“ konnte nicht verwendet werden (%@)</translation>
+    </message>
+    <message>
+        <source>its identifier is that of an earlier item: it arrived as &quot;%@&quot;, outside the groups that list &quot;%@&quot;</source>
+        <translation>seine Kennung gehört schon einem früheren Objekt: es ist als „%@“ angekommen, außerhalb der Gruppen, die „%@“ aufführen</translation>
+    </message>
+    <message>
         <source>its bookmark file could not be written (%@)</source>
         <translation>seine Lesezeichendatei konnte nicht geschrieben werden (%@)</translation>
     </message>
@@ -351,13 +359,6 @@
         <source>kastrel-importer: unknown command &quot;%1&quot;</source>
         <translation>kastrel-importer: unbekannter Befehl „%1“</translation>
     </message>
-    <message numerus="yes">
-        <source>Export ended, but %n items arrived without part of what they carry (listed above).</source>
-        <translation>
-            <numerusform>Export beendet, aber %n Objekt ist ohne einen Teil seines Inhalts angekommen (oben aufgeführt).</numerusform>
-            <numerusform>Export beendet, aber %n Objekte sind ohne einen Teil ihres Inhalts angekommen (oben aufgeführt).</numerusform>
-        </translation>
-    </message>
     <message>
         <source>Export ended.</source>
         <translation>Export beendet.</translation>
@@ -396,9 +397,9 @@ Progress and errors (&quot;error CODE: TEXT&quot;) go to standard error. Ctrl-C 
 export; a second Ctrl-C stops at once.
 Exit status: 0 ended with every item in Nortavel 3, 1 an error was reported (nothing
 was handed to Nortavel 3), 2 cancelled, 3 ended but items that should have arrived did
-not, or arrived as a note holding their original file (each is listed with the reason;
-items passed over on purpose, such as those without a name, are listed but do not count),
-64 wrong usage.
+not, or arrived as a note holding their original file or without part of what they carry
+(each is listed with the reason; items passed over on purpose, such as those without a
+name, are listed but do not count), 64 wrong usage.
 </source>
         <translation>Aufruf: kastrel-importer export [--only ARTEN] [--json]
 
@@ -414,9 +415,9 @@ Fortschritt und Fehler („error CODE: TEXT“) gehen auf die Standardfehlerausg
 den Export ab; ein zweites Strg-C hält sofort an.
 Exit-Status: 0 beendet, jedes Objekt ist in Nortavel 3, 1 ein Fehler wurde gemeldet (nichts
 wurde an Nortavel 3 übergeben), 2 abgebrochen, 3 beendet, aber Objekte, die ankommen sollten,
-sind nicht oder als Notiz mit ihrer Originaldatei angekommen (jedes wird mit dem Grund aufgeführt;
-absichtlich übergangene Objekte, etwa solche ohne Namen, werden aufgeführt, zählen aber nicht),
-64 falscher Aufruf.
+sind nicht, als Notiz mit ihrer Originaldatei oder ohne einen Teil ihres Inhalts angekommen
+(jedes wird mit dem Grund aufgeführt; absichtlich übergangene Objekte, etwa solche ohne Namen,
+werden aufgeführt, zählen aber nicht), 64 falscher Aufruf.
 </translation>
     </message>
     <message>

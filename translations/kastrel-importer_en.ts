@@ -4,13 +4,6 @@
 <context>
     <name>KastrelImporter</name>
     <message numerus="yes">
-        <source>Export ended, but %n items arrived without part of what they carry (listed above).</source>
-        <translation>
-            <numerusform>Export ended, but %n item arrived without part of what it carries (listed above).</numerusform>
-            <numerusform>Export ended, but %n items arrived without part of what they carry (listed above).</numerusform>
-        </translation>
-    </message>
-    <message numerus="yes">
         <source>Export ended, but %n items did not arrive whole (listed above).</source>
         <translation>
             <numerusform>Export ended, but %n item did not arrive whole (listed above).</numerusform>

@@ -1,5 +1,6 @@
 #include "standins/kastrel/KastrelLibrary.h"
 
+#include <QDBusObjectPath>
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
@@ -9,10 +10,14 @@
 #include <QJsonObject>
 #include <QMultiHash>
 #include <QSet>
+#include <limits>
 
 namespace Standin {
 
 namespace {
+
+// What a value of an item's "served" answers on the bus; invalid when it is none of those.
+QVariant servedValue(const QJsonValue &value);
 
 const QStringList kKindNames = {QStringLiteral("note"),      QStringLiteral("bookmark"), QStringLiteral("serialNumber"),
                                 QStringLiteral("password"),  QStringLiteral("image"),    QStringLiteral("pdfArchive"),
@@ -77,6 +82,24 @@ public:
         return static_cast<double>(date.toMSecsSinceEpoch()) / 1000.0;
     }
 
+    // Property name to the value served for it: a string, a truth value or a number (a date)
+    // as it is; {"date": "NaN" | "Infinity" | "-Infinity" | seconds}, {"integer": n} and
+    // {"objectPath": "/..."} for the values JSON has no word for.
+    QVariantMap servedValues(const QString &key)
+    {
+        QVariantMap served;
+        const QJsonObject values = m_object.value(key).toObject();
+        if (has(key) && !m_object.value(key).isObject())
+            fail(QStringLiteral("\"%1\" must be an object").arg(key));
+        for (auto it = values.begin(); it != values.end(); ++it) {
+            const QVariant value = servedValue(it.value());
+            if (!value.isValid())
+                fail(QStringLiteral("\"%1\": no value to serve for \"%2\"").arg(key, it.key()));
+            served.insert(it.key(), value);
+        }
+        return served;
+    }
+
     QStringList stringList(const QString &key)
     {
         QStringList strings;
@@ -116,6 +139,36 @@ private:
     QString m_place;
     QString *m_problem;
 };
+
+QVariant servedValue(const QJsonValue &value)
+{
+    if (value.isString() || value.isBool() || value.isDouble())
+        return value.toVariant();
+    const QJsonObject object = value.toObject();
+    if (object.size() != 1)
+        return QVariant();
+    const QJsonValue date = object.value(QStringLiteral("date"));
+    if (date.isDouble())
+        return date.toDouble();
+    if (date.isString()) {
+        const QString text = date.toString();
+        if (text == QLatin1String("NaN"))
+            return std::numeric_limits<double>::quiet_NaN();
+        if (text == QLatin1String("Infinity"))
+            return std::numeric_limits<double>::infinity();
+        if (text == QLatin1String("-Infinity"))
+            return -std::numeric_limits<double>::infinity();
+        return QVariant();
+    }
+    if (object.value(QStringLiteral("integer")).isDouble())
+        return object.value(QStringLiteral("integer")).toInt();
+    if (object.value(QStringLiteral("objectPath")).isString()) {
+        const QString path = object.value(QStringLiteral("objectPath")).toString();
+        return QDBusObjectPath(path).path() == path && !path.isEmpty() ? QVariant::fromValue(QDBusObjectPath(path))
+                                                                       : QVariant();
+    }
+    return QVariant();
+}
 
 bool setError(QString *error, const QString &text)
 {
@@ -214,7 +267,8 @@ bool KastrelLibrary::load(const QByteArray &manifest, const QString &folder, QSt
                           QStringLiteral("comments"), QStringLiteral("creationDate"),
                           QStringLiteral("modificationDate"), QStringLiteral("label"), QStringLiteral("tags"),
                           QStringLiteral("encrypted"), QStringLiteral("password"), QStringLiteral("location"),
-                          QStringLiteral("file"), QStringLiteral("text"), QStringLiteral("export")});
+                          QStringLiteral("file"), QStringLiteral("text"), QStringLiteral("export"),
+                          QStringLiteral("served")});
         KastrelItem item;
         const QString kindText = reader.string(QStringLiteral("kind"), true);
         const std::optional<KastrelItemKind> kind = kindFromName(kindText);
@@ -246,6 +300,7 @@ bool KastrelLibrary::load(const QByteArray &manifest, const QString &folder, QSt
                 reader.fail(QStringLiteral("content file %1 does not exist").arg(item.file));
         }
         item.text = reader.string(QStringLiteral("text"));
+        item.served = reader.servedValues(QStringLiteral("served"));
         const QString behavior = reader.string(QStringLiteral("export"));
         if (behavior == QLatin1String("fails"))
             item.exportBehavior = KastrelExportBehavior::Fails;

@@ -7,6 +7,7 @@
 #include <QHash>
 #include <QString>
 #include <QStringList>
+#include <QVariantMap>
 #include <QVector>
 #include <array>
 #include <optional>
@@ -37,6 +38,10 @@ struct KastrelItem
     QString file; // absolute path of the content file or package; empty when there is none
     QString text; // the body of an item without a content file
     KastrelExportBehavior exportBehavior = KastrelExportBehavior::Normal;
+    // Properties answered exactly as given, over whatever the item has: the values a real
+    // source can send that the keys above cannot express (a date that is NaN, a string where
+    // a truth value belongs, a label reference that leads nowhere).
+    QVariantMap served;
 };
 
 struct KastrelFolderCollection

@@ -167,6 +167,8 @@ QVariantMap KastrelObjectModel::properties(const KastrelObjectRef &object) const
             map.insert(QStringLiteral("password"), *item.password);
         if (item.location)
             map.insert(QStringLiteral("location"), *item.location);
+        for (auto served = item.served.cbegin(); served != item.served.cend(); ++served)
+            map.insert(served.key(), served.value());
         break;
     }
     }

@@ -12,6 +12,7 @@
 #include <QMainWindow>
 #include <QPushButton>
 #include <QtTest>
+#include <limits>
 
 using namespace AppTestSupport;
 
@@ -238,6 +239,29 @@ private slots:
         const QString log = QDir(qEnvironmentVariable("XDG_DATA_HOME"))
                                 .filePath(QStringLiteral("Nortavel 3/Logs/Kastrel Export.log"));
         QCOMPARE(report.logText(), QStringLiteral("The log is %1.").arg(log));
+    }
+
+    void itemWithADateThatIsNoDateIsListedInTheReport()
+    {
+        auto applications = applicationsWithItems(2);
+        const QString undated = applications->kastrel(Source).addItem(KastrelItemKind::Image, QStringLiteral("I7"),
+                                                                      QStringLiteral("Undated"));
+        applications->kastrel(Source).setProperty(undated, QStringLiteral("modificationDate"),
+                                                  std::numeric_limits<double>::infinity());
+        const auto panel = makePanel(applications);
+        show(*panel);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_returnCodes.isEmpty(), 60000);
+        panel->waitForOperation();
+        QCOMPARE(m_alerts->alerts.size(), 0);
+        QCOMPARE(m_alerts->reports.size(), 1);
+        const KSExportReportDialog &report = m_alerts->reports.first();
+        QCOMPARE(report.report.importedByKind.value(QStringLiteral("image")), 3);
+        QVERIFY2(report.summaryText().contains(QStringLiteral("1 items arrived without part of what they carry.")),
+                 qPrintable(report.summaryText()));
+        QCOMPARE(report.listedItems().size(), 1);
+        QVERIFY2(report.listedItems().first().contains(QStringLiteral("\u201cUndated\u201d (its \"modificationDate\" "
+                                                                      "could not be used (")),
+                 qPrintable(report.listedItems().first()));
     }
 
     void escapeCancelsInsteadOfClosing()

@@ -14,6 +14,7 @@
 #include <QJsonObject>
 #include <QtTest>
 #include <csignal>
+#include <limits>
 
 using namespace ExportFixtures;
 
@@ -194,6 +195,28 @@ private slots:
         QVERIFY2(error().endsWith(QStringLiteral("Export ended, but 1 items did not arrive whole (listed above).\n")),
                  qPrintable(error()));
         QVERIFY(!error().contains(QStringLiteral("Export ended.\n")));
+    }
+
+    void itemsWithoutPartOfWhatTheyCarryExitThree()
+    {
+        auto applications = applicationsWithItems(1);
+        InMemoryKastrel source = applications->kastrel(Source);
+        const QString odd = source.addItem(KastrelItemKind::Image, QStringLiteral("I7"), QStringLiteral("Undated"));
+        source.setProperty(odd, QStringLiteral("creationDate"), std::numeric_limits<double>::quiet_NaN());
+        QCOMPARE(CommandLine::run(arguments("export --json"), applications), 3);
+        const QJsonObject json = summary();
+        QCOMPARE(json.value(QStringLiteral("exitStatus")).toInt(), 3);
+        QCOMPARE(json.value(QStringLiteral("exported")).toObject().value(QStringLiteral("image")).toInt(), 2);
+        const QJsonArray problems = json.value(QStringLiteral("problems")).toArray();
+        QCOMPARE(problems.size(), 1);
+        QCOMPARE(problems.first().toObject().value(QStringLiteral("kind")).toString(), QStringLiteral("incomplete"));
+        QVERIFY(problems.first()
+                    .toObject()
+                    .value(QStringLiteral("reason"))
+                    .toString()
+                    .startsWith(QStringLiteral("its \"creationDate\" could not be used (")));
+        QVERIFY2(error().endsWith(QStringLiteral("Export ended, but 1 items did not arrive whole (listed above).\n")),
+                 qPrintable(error()));
     }
 
     void passedOverItemsAloneKeepStatusZero()
