@@ -385,3 +385,9 @@ quint64 DBusScriptingBackend::roundTripCount() const
 {
     return m_state->roundTrips.load();
 }
+
+QMap<QString, quint64> DBusScriptingBackend::roundTripsByMethod() const
+{
+    const QMutexLocker lock(&m_state->callsMutex);
+    return m_state->callsByMethod;
+}

@@ -16,6 +16,7 @@
 #include "engine/ScriptingBackend.h"
 
 #include <QDBusConnection>
+#include <QMap>
 #include <memory>
 
 struct DBusScriptingState;
@@ -37,6 +38,8 @@ public:
     // Calls made to the applications through this backend's connections so far (each one bus
     // round trip), from any thread.
     quint64 roundTripCount() const;
+    // The same calls by method name.
+    QMap<QString, quint64> roundTripsByMethod() const;
 
     // How many objects one Properties call asks for at most.
     static constexpr int PropertiesBatchSize = 1000;
