@@ -23,7 +23,7 @@ QDBusMessage DBusCaller::message(const QString &method, const QVariantList &argu
 {
     QDBusMessage message = QDBusMessage::createMethodCall(m_identifier, ApplicationPath, m_interface, method);
     message.setArguments(arguments);
-    m_state->countCall(method);
+    m_state->countCall(m_identifier, method);
     return message;
 }
 

@@ -16,24 +16,24 @@
 #include <optional>
 
 // What all connections of one backend share: the bus, and the count of calls made on it, in
-// all and by method.
+// all and by application and method.
 struct DBusScriptingState
 {
     explicit DBusScriptingState(const QDBusConnection &bus)
         : connection(bus)
     { }
 
-    void countCall(const QString &method)
+    void countCall(const QString &application, const QString &method)
     {
         ++roundTrips;
         const QMutexLocker lock(&callsMutex);
-        ++callsByMethod[method];
+        ++callsByMethod[application + QLatin1Char(' ') + method];
     }
 
     QDBusConnection connection;
     std::atomic<quint64> roundTrips {0};
     QMutex callsMutex;
-    QMap<QString, quint64> callsByMethod;
+    QMap<QString, quint64> callsByMethod; // "identifier method" -> calls
 };
 
 class DBusCaller

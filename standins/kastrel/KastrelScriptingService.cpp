@@ -19,32 +19,6 @@ namespace {
 const QString kUnknownObject = QStringLiteral("org.freedesktop.DBus.Error.UnknownObject");
 const QString kInvalidArgs = QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs");
 
-// Holds the service's only thread until the call has taken its time: the bus keeps the calls
-// that come meanwhile until this one is done.
-class SerialCall
-{
-public:
-    explicit SerialCall(int milliseconds)
-        : m_milliseconds(milliseconds)
-    {
-        m_clock.start();
-    }
-
-    ~SerialCall()
-    {
-        const qint64 left = m_milliseconds - m_clock.elapsed();
-        if (left > 0)
-            QThread::msleep(quint64(left));
-    }
-
-    SerialCall(const SerialCall &) = delete;
-    SerialCall &operator=(const SerialCall &) = delete;
-
-private:
-    int m_milliseconds;
-    QElapsedTimer m_clock;
-};
-
 } // namespace
 
 KastrelScriptingService::KastrelScriptingService(const KastrelLibrary &library, std::optional<QString> version,
@@ -71,10 +45,31 @@ template<typename T> T KastrelScriptingService::reply(const T &value)
     return value;
 }
 
+KastrelScriptingService::SerialCall::SerialCall(KastrelScriptingService &service)
+    : m_service(service)
+{
+    m_service.m_callClock.start();
+}
+
+KastrelScriptingService::SerialCall::~SerialCall()
+{
+    m_service.holdSerialCall();
+}
+
+void KastrelScriptingService::holdSerialCall()
+{
+    // The service's only thread is held: the bus keeps the calls that come meanwhile.
+    const qint64 left = m_serialDelay - m_callClock.elapsed();
+    if (left > 0)
+        QThread::msleep(quint64(left));
+}
+
 void KastrelScriptingService::replyError(const QString &name, const QString &text)
 {
     if (!calledFromDBus())
         return;
+    // An error reply leaves at once, unlike an answer: it takes the call's time first.
+    holdSerialCall();
     if (m_replyDelay > 0) {
         setDelayedReply(true);
         const QDBusMessage answer = message().createErrorReply(name, text);
@@ -87,7 +82,7 @@ void KastrelScriptingService::replyError(const QString &name, const QString &tex
 
 KastrelPropertyList KastrelScriptingService::Properties(const QList<QDBusObjectPath> &objects)
 {
-    const SerialCall serial(m_serialDelay);
+    const SerialCall serial(*this);
     KastrelPropertyList dictionaries;
     dictionaries.reserve(objects.size());
     for (const QDBusObjectPath &object : objects) {
@@ -104,7 +99,7 @@ KastrelPropertyList KastrelScriptingService::Properties(const QList<QDBusObjectP
 
 uint KastrelScriptingService::Count(const QDBusObjectPath &container, const QString &element)
 {
-    const SerialCall serial(m_serialDelay);
+    const SerialCall serial(*this);
     QString error;
     const std::optional<KastrelObjectRef> resolved = m_model.resolve(container.path(), &error);
     if (!resolved) {
@@ -136,7 +131,7 @@ std::optional<QList<QDBusObjectPath>> KastrelScriptingService::elementsOf(const 
 
 QList<QDBusObjectPath> KastrelScriptingService::Elements(const QDBusObjectPath &container, const QString &element)
 {
-    const SerialCall serial(m_serialDelay);
+    const SerialCall serial(*this);
     const std::optional<QList<QDBusObjectPath>> elements = elementsOf(container, element);
     return elements ? reply(*elements) : QList<QDBusObjectPath>();
 }
@@ -144,7 +139,7 @@ QList<QDBusObjectPath> KastrelScriptingService::Elements(const QDBusObjectPath &
 KastrelElementLists KastrelScriptingService::ElementsOfEach(const QList<QDBusObjectPath> &containers,
                                                             const QString &element)
 {
-    const SerialCall serial(m_serialDelay);
+    const SerialCall serial(*this);
     switch (m_elementsOfEach) {
     case KastrelElementsOfEach::Missing:
         replyError(QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod"),
@@ -173,7 +168,7 @@ KastrelElementLists KastrelScriptingService::ElementsOfEach(const QList<QDBusObj
 
 QString KastrelScriptingService::Export(const QList<QDBusObjectPath> &items, const QString &folder)
 {
-    const SerialCall serial(m_serialDelay);
+    const SerialCall serial(*this);
     if (items.size() != 1) {
         replyError(kInvalidArgs, QStringLiteral("Export takes exactly one item, not %1").arg(items.size()));
         return QString();

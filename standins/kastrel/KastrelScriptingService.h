@@ -8,6 +8,7 @@
 
 #include <QDBusContext>
 #include <QDBusObjectPath>
+#include <QElapsedTimer>
 #include <QList>
 #include <QObject>
 #include <QVariantMap>
@@ -54,6 +55,22 @@ public slots:
     QString Export(const QList<QDBusObjectPath> &items, const QString &folder);
 
 private:
+    // One call as the serial delay has it: taking at least the delay from its start, with the
+    // reply sent after it.
+    class SerialCall
+    {
+    public:
+        explicit SerialCall(KastrelScriptingService &service);
+        ~SerialCall();
+        SerialCall(const SerialCall &) = delete;
+        SerialCall &operator=(const SerialCall &) = delete;
+
+    private:
+        KastrelScriptingService &m_service;
+    };
+
+    // Waits until the call in hand has taken the serial delay.
+    void holdSerialCall();
     template<typename T> T reply(const T &value);
     void replyError(const QString &name, const QString &text);
     // The objects of `element` of the object at `container`, or nullopt after replying an error.
@@ -63,6 +80,7 @@ private:
     KastrelObjectModel m_model;
     int m_replyDelay = 0;
     int m_serialDelay = 0;
+    QElapsedTimer m_callClock;
     KastrelElementsOfEach m_elementsOfEach = KastrelElementsOfEach::Served;
 };
 

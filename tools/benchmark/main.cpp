@@ -137,26 +137,36 @@ struct SourceBehaviour
     QString elementsOfEach = QStringLiteral("served");
 };
 
-// The calls by method, calls per item, and the floors that a source answering one call at a
-// time sets: every call, and the Export calls alone, each taking the delay.
+// The source's calls by method, calls per item, and the floors that a source answering one
+// call at a time sets: every call, and the Export calls alone, each taking the delay. The
+// target's few calls are listed apart; its stand-in answers at once.
 void printSerialFloors(const QMap<QString, quint64> &calls, int items, qint64 wall, int delay)
 {
+    const QString sourcePrefix = sourceIdentifier + QLatin1Char(' ');
     QStringList byMethod;
+    QStringList targetCalls;
     quint64 all = 0;
     for (auto it = calls.constBegin(); it != calls.constEnd(); ++it) {
-        byMethod.append(QStringLiteral("%1 %2").arg(it.key()).arg(it.value()));
+        if (!it.key().startsWith(sourcePrefix)) {
+            targetCalls.append(QStringLiteral("%1 %2").arg(it.key()).arg(it.value()));
+            continue;
+        }
+        byMethod.append(QStringLiteral("%1 %2").arg(it.key().mid(sourcePrefix.size())).arg(it.value()));
         all += it.value();
     }
-    out << "calls by method:             " << byMethod.join(QStringLiteral(", ")) << '\n';
-    out << "calls per item:              " << (items ? double(all) / items : 0) << " (" << all << " in all)\n";
+    const quint64 exports = calls.value(sourcePrefix + QStringLiteral("Export"));
+    out << "source calls by method:      " << byMethod.join(QStringLiteral(", ")) << '\n';
+    out << "source calls per item:       " << (items ? double(all) / items : 0) << " (" << all << " in all; "
+        << (items ? double(all - exports) / items : 0) << " per item besides the exports)\n";
+    out << "target calls:                " << targetCalls.join(QStringLiteral(", ")) << '\n';
     if (delay <= 0)
         return;
     const double floor = all * delay / 1000.0;
-    const double exportFloor = calls.value(QStringLiteral("Export")) * delay / 1000.0;
+    const double exportFloor = exports * delay / 1000.0;
     out << "serial source:               " << delay << " ms a call, one call at a time\n";
     out << "floor (calls x delay):       " << floor
         << " s; wall time / floor: " << (floor > 0 ? wall / 1000.0 / floor : 0) << '\n';
-    out << "floor of the exports alone:  " << exportFloor << " s (" << calls.value(QStringLiteral("Export"))
+    out << "floor of the exports alone:  " << exportFloor << " s (" << exports
         << " Export calls); wall time / that floor: " << (exportFloor > 0 ? wall / 1000.0 / exportFloor : 0) << '\n';
 }
 
