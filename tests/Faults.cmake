@@ -1,6 +1,6 @@
-# The fault, hostile-input and nothing-lost tests share a harness (tests/faults), start both
+# The fault, hostile-input, nothing-lost and batched-read tests share a harness (tests/faults), start both
 # stand-ins, and replay the fuzzers' regression inputs through the fuzz entry points.
-foreach(test TestFaults TestHostileInput TestNothingLost)
+foreach(test TestFaults TestHostileInput TestNothingLost TestBatchedReads)
     if(TARGET ${test})
         target_sources(${test} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/faults/FaultHarness.cpp
                                        ${CMAKE_CURRENT_SOURCE_DIR}/faults/FaultHarness.h)
