@@ -23,7 +23,7 @@ QDBusMessage DBusCaller::message(const QString &method, const QVariantList &argu
 {
     QDBusMessage message = QDBusMessage::createMethodCall(m_identifier, ApplicationPath, m_interface, method);
     message.setArguments(arguments);
-    ++m_state->roundTrips;
+    m_state->countCall(m_identifier, method);
     return message;
 }
 
@@ -31,6 +31,16 @@ QVariantList DBusCaller::call(const QString &method, const QVariantList &argumen
                               const QString &expectedSignature) const
 {
     const QDBusMessage reply = m_state->connection.call(message(method, arguments), QDBus::Block);
+    return checked(reply, method, about, expectedSignature);
+}
+
+std::optional<QVariantList> DBusCaller::callOptional(const QString &method, const QVariantList &arguments,
+                                                     const QString &about, const QString &expectedSignature) const
+{
+    const QDBusMessage reply = m_state->connection.call(message(method, arguments), QDBus::Block);
+    if (reply.type() == QDBusMessage::ErrorMessage
+        && reply.errorName() == QLatin1String("org.freedesktop.DBus.Error.UnknownMethod"))
+        return std::nullopt;
     return checked(reply, method, about, expectedSignature);
 }
 

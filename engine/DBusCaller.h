@@ -7,20 +7,33 @@
 
 #include <QDBusConnection>
 #include <QDBusPendingCall>
+#include <QMap>
+#include <QMutex>
 #include <QString>
 #include <QVariantList>
 #include <atomic>
 #include <memory>
+#include <optional>
 
-// What all connections of one backend share: the bus, and the count of calls made on it.
+// What all connections of one backend share: the bus, and the count of calls made on it, in
+// all and by application and method.
 struct DBusScriptingState
 {
     explicit DBusScriptingState(const QDBusConnection &bus)
         : connection(bus)
     { }
 
+    void countCall(const QString &application, const QString &method)
+    {
+        ++roundTrips;
+        const QMutexLocker lock(&callsMutex);
+        ++callsByMethod[application + QLatin1Char(' ') + method];
+    }
+
     QDBusConnection connection;
     std::atomic<quint64> roundTrips {0};
+    QMutex callsMutex;
+    QMap<QString, quint64> callsByMethod; // "identifier method" -> calls
 };
 
 class DBusCaller
@@ -34,6 +47,11 @@ public:
     // about, for messages.
     QVariantList call(const QString &method, const QVariantList &arguments, const QString &about,
                       const QString &expectedSignature) const;
+
+    // The same for a method the application need not offer: nothing when it answers that it
+    // does not know the method (org.freedesktop.DBus.Error.UnknownMethod).
+    std::optional<QVariantList> callOptional(const QString &method, const QVariantList &arguments, const QString &about,
+                                             const QString &expectedSignature) const;
 
     // Sends the call without waiting; its answer is checked when it is taken with answer().
     QDBusPendingCall send(const QString &method, const QVariantList &arguments) const;

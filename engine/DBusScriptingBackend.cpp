@@ -129,18 +129,7 @@ public:
 
     QStringList elements(const QString &container, const QString &element) override
     {
-        const QString about = describeElement(container, element);
-        QVariantList reply;
-        if (!takeReadAhead(container, element, about, &reply))
-            reply = m_caller.call(QStringLiteral("Elements"), elementsArguments(container, element), about,
-                                  QStringLiteral("ao"));
-        readAhead(container, element);
-
-        const QList<QDBusObjectPath> objectPaths = qdbus_cast<QList<QDBusObjectPath>>(reply.value(0));
-        QStringList paths;
-        paths.reserve(objectPaths.size());
-        for (const QDBusObjectPath &objectPath : objectPaths)
-            paths.append(objectPath.path());
+        const QStringList paths = readElements(container, element);
         // Every object remembers this listing, the newest it appears in: reads of its
         // properties, and of the same element of its neighbours, follow this order.
         const auto listing = std::make_shared<const QStringList>(paths);
@@ -167,6 +156,7 @@ public:
         m_properties.remove(object);
         m_listed.remove(object);
         m_readAhead.remove(object);
+        m_heldElements.remove(object);
     }
 
 private:
@@ -184,8 +174,20 @@ private:
         QDBusPendingCall call;
     };
 
+    // An element list read with those of other objects, kept until it is needed.
+    struct HeldElements
+    {
+        QString element;
+        QStringList objects;
+    };
+
+    // Whether the source answers ElementsOfEach; asked once, the first time it is of use.
+    enum class ListsOfMany { Untried, Offered, NotOffered };
+
     // How many objects ahead of the one read an element list is asked for.
     static constexpr qsizetype ReadAheadDepth = 16;
+    // How many objects' lists one ElementsOfEach call asks for at most.
+    static constexpr qsizetype ElementsBatchSize = 1000;
 
     static QString describeElement(const QString &container, const QString &element)
     {
@@ -197,20 +199,32 @@ private:
         return {QVariant::fromValue(QDBusObjectPath(container)), element};
     }
 
+    static QVariantList elementsArguments(const QStringList &containers, const QString &element)
+    {
+        return {objectPathList(containers), element};
+    }
+
     // `object` and up to a batch's worth of the objects that follow it in the listing it was
     // last seen in and whose properties are not held: reading a list's objects in order costs
     // one call per thousand.
     QStringList batchFrom(const QString &object) const
+    {
+        return objectAndFollowers(object, DBusScriptingBackend::PropertiesBatchSize,
+                                  [this](const QString &next) { return !m_properties.contains(next); });
+    }
+
+    // `object` and the objects that follow it in the listing it was last seen in (where that is
+    // still their place) and that `wanted` accepts, `size` at most in all.
+    template<typename Wanted> QStringList objectAndFollowers(const QString &object, qsizetype size, Wanted wanted) const
     {
         QStringList batch {object};
         const auto place = m_listed.constFind(object);
         if (place == m_listed.constEnd())
             return batch;
         const QStringList &listing = *place->listing;
-        for (qsizetype index = place->index + 1;
-             index < listing.size() && batch.size() < DBusScriptingBackend::PropertiesBatchSize; ++index) {
+        for (qsizetype index = place->index + 1; index < listing.size() && batch.size() < size; ++index) {
             const QString &next = listing.at(index);
-            if (!m_properties.contains(next) && isListedAt(next, place->listing, index))
+            if (wanted(next) && isListedAt(next, place->listing, index))
                 batch.append(next);
         }
         return batch;
@@ -222,6 +236,109 @@ private:
     {
         const auto place = m_listed.constFind(object);
         return place != m_listed.constEnd() && place->listing == listing && place->index == index;
+    }
+
+    static QStringList pathStrings(const QList<QDBusObjectPath> &objectPaths)
+    {
+        QStringList paths;
+        paths.reserve(objectPaths.size());
+        for (const QDBusObjectPath &objectPath : objectPaths)
+            paths.append(objectPath.path());
+        return paths;
+    }
+
+    // The list, from those read with others' when the source answers ElementsOfEach, and
+    // otherwise as it always was: one Elements call each, the next few asked for ahead.
+    QStringList readElements(const QString &container, const QString &element)
+    {
+        QStringList paths;
+        if (takeHeldElements(container, element, &paths))
+            return paths;
+        if (m_listsOfMany != ListsOfMany::NotOffered) {
+            const QStringList batch = elementsBatchFrom(container);
+            if (batch.size() > 1 && readElementsOfEach(batch, element) && takeHeldElements(container, element, &paths))
+                return paths;
+        }
+
+        const QString about = describeElement(container, element);
+        QVariantList reply;
+        if (!takeReadAhead(container, element, about, &reply))
+            reply = m_caller.call(QStringLiteral("Elements"), elementsArguments(container, element), about,
+                                  QStringLiteral("ao"));
+        if (m_listsOfMany == ListsOfMany::NotOffered)
+            readAhead(container, element);
+        return pathStrings(qdbus_cast<QList<QDBusObjectPath>>(reply.value(0)));
+    }
+
+    bool takeHeldElements(const QString &container, const QString &element, QStringList *objects)
+    {
+        const auto held = m_heldElements.find(container);
+        if (held == m_heldElements.end() || held->element != element)
+            return false;
+        *objects = std::move(held->objects);
+        m_heldElements.erase(held);
+        return true;
+    }
+
+    // `container` and up to a batch's worth of the objects that follow it in the listing it
+    // was last seen in and whose lists are not held: reading the tags of each item in turn
+    // costs one call per thousand items.
+    QStringList elementsBatchFrom(const QString &container) const
+    {
+        return objectAndFollowers(container, ElementsBatchSize,
+                                  [this](const QString &next) { return !m_heldElements.contains(next); });
+    }
+
+    // Reads the lists of `containers` in one call and holds them until they are needed; false
+    // when the source does not offer the call, which is then not asked again. The objects
+    // listed are read next, whatever is not held of them in one Properties call per thousand:
+    // the engine reads every tag's name and every member's identifier.
+    bool readElementsOfEach(const QStringList &containers, const QString &element)
+    {
+        const QString about = describeElement(describeObjects(containers), element);
+        const std::optional<QVariantList> reply = m_caller.callOptional(
+            QStringLiteral("ElementsOfEach"), elementsArguments(containers, element), about, QStringLiteral("aao"));
+        if (!reply) {
+            m_listsOfMany = ListsOfMany::NotOffered;
+            return false;
+        }
+        m_listsOfMany = ListsOfMany::Offered;
+        const auto lists = qdbus_cast<QList<QList<QDBusObjectPath>>>(reply->value(0));
+        if (lists.size() != containers.size())
+            m_caller.fail(QStringLiteral("ElementsOfEach"), about,
+                          QStringLiteral("%1 lists answered for %2 objects").arg(lists.size()).arg(containers.size()));
+
+        QStringList unread;
+        QSet<QString> seen;
+        for (qsizetype i = 0; i < containers.size(); ++i) {
+            const QStringList objects = pathStrings(lists.at(i));
+            for (const QString &object : objects) {
+                if (!m_properties.contains(object) && !seen.contains(object)) {
+                    seen.insert(object);
+                    unread.append(object);
+                }
+            }
+            m_heldElements.insert(containers.at(i), HeldElements {element, objects});
+        }
+        readPropertiesAhead(unread);
+        return true;
+    }
+
+    // Reads the properties of `objects` before they are needed. A call the source refuses is
+    // left unused: each object is read again when it is needed, so that a refusal is always
+    // that of the read of the object that needs it. A source that quit or does not answer
+    // ends the run here: asking it again would start it anew.
+    void readPropertiesAhead(const QStringList &objects)
+    {
+        for (qsizetype start = 0; start < objects.size(); start += DBusScriptingBackend::PropertiesBatchSize) {
+            try {
+                fetchProperties(objects.mid(start, DBusScriptingBackend::PropertiesBatchSize));
+            } catch (const KSScriptingException &exception) {
+                if (exception.failure() != KSScriptingException::Failure::Other)
+                    throw;
+                return;
+            }
+        }
     }
 
     // Lists are read object after object in the order of their listing (the tags of each item
@@ -288,6 +405,8 @@ private:
     QHash<QString, QVariantMap> m_properties;
     QHash<QString, Place> m_listed;
     QHash<QString, PendingElements> m_readAhead;
+    QHash<QString, HeldElements> m_heldElements;
+    ListsOfMany m_listsOfMany = ListsOfMany::Untried;
     QSet<QString> m_propertyNames;
 };
 
@@ -384,4 +503,10 @@ KSScriptingException::Failure DBusScriptingBackend::settledFailure(const KSScrip
 quint64 DBusScriptingBackend::roundTripCount() const
 {
     return m_state->roundTrips.load();
+}
+
+QMap<QString, quint64> DBusScriptingBackend::roundTripsByMethod() const
+{
+    const QMutexLocker lock(&m_state->callsMutex);
+    return m_state->callsByMethod;
 }

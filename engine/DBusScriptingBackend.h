@@ -6,16 +6,21 @@
 // follow it in the element list it was last seen in, in one call for up to a thousand
 // objects. What was read is kept until the engine releases the object (items, once recorded),
 // so tags and labels that recur across items are read once, and memory holds about one batch
-// of items rather than the whole library. Element lists are read ahead: when an object's
-// list is read, the same list of the next objects of its listing is asked for without
-// waiting, so reading each item's tags in turn does not wait a round trip per item. A list
-// read ahead whose answer is an error is asked for again when it is needed. Calls block, on
-// whichever thread makes them; no time-out is set, the bus's default applies.
+// of items rather than the whole library. Element lists are read the same way: the first
+// read of an object's list (an item's tags, a group's members) asks ElementsOfEach for the
+// lists of that object and of up to a thousand that follow it in its listing, holds them
+// until they are read, and fetches the properties of the objects they list that are not held
+// in one more call. A source that answers that it does not know ElementsOfEach is asked it
+// once; its lists are then read one Elements call each, asked ahead: when an object's list
+// is read, the same list of the next objects of its listing is asked for without waiting. A
+// list read ahead whose answer is an error is asked for again when it is needed. Calls block,
+// on whichever thread makes them; no time-out is set, the bus's default applies.
 #pragma once
 
 #include "engine/ScriptingBackend.h"
 
 #include <QDBusConnection>
+#include <QMap>
 #include <memory>
 
 struct DBusScriptingState;
@@ -37,6 +42,8 @@ public:
     // Calls made to the applications through this backend's connections so far (each one bus
     // round trip), from any thread.
     quint64 roundTripCount() const;
+    // The same calls by application and method, under "identifier method".
+    QMap<QString, quint64> roundTripsByMethod() const;
 
     // How many objects one Properties call asks for at most.
     static constexpr int PropertiesBatchSize = 1000;

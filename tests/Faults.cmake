@@ -1,7 +1,8 @@
-# The fault, hostile-input and nothing-lost tests share a harness (tests/faults), start both
-# stand-ins, and replay the fuzzers' regression inputs through the fuzz entry points.
-ki_require_tests(TestFaults TestHostileInput TestNothingLost TestHostileInputRegressions TestItemFaults)
-foreach(test TestFaults TestHostileInput TestNothingLost TestItemFaults)
+# The fault, hostile-input, nothing-lost, item-fault and batched-read tests share a harness
+# (tests/faults) and start both stand-ins; the regression test replays the fuzzers' inputs
+# through the fuzz entry points.
+ki_require_tests(TestFaults TestHostileInput TestNothingLost TestHostileInputRegressions TestItemFaults TestBatchedReads)
+foreach(test TestFaults TestHostileInput TestNothingLost TestItemFaults TestBatchedReads)
     target_sources(${test} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/faults/FaultHarness.cpp
                                    ${CMAKE_CURRENT_SOURCE_DIR}/faults/FaultHarness.h)
     target_include_directories(${test} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/faults)

@@ -105,6 +105,19 @@ public:
                     objectPaths.append(QDBusObjectPath(path));
                 return message.createReply(QVariant::fromValue(objectPaths));
             }
+            if (member == QLatin1String("ElementsOfEach") && servesElementsOfEach) {
+                QList<QList<QDBusObjectPath>> lists;
+                for (const QDBusObjectPath &container : qdbus_cast<QList<QDBusObjectPath>>(arguments.value(0))) {
+                    const QString key = container.path() + QLatin1Char(' ') + arguments.value(1).toString();
+                    if (!elements.contains(key))
+                        return unknownObject(message, key);
+                    QList<QDBusObjectPath> objectPaths;
+                    for (const QString &path : elements.value(key))
+                        objectPaths.append(QDBusObjectPath(path));
+                    lists.append(objectPaths);
+                }
+                return message.createReply(QVariant::fromValue(lists));
+            }
             if (member == QLatin1String("Export")) {
                 const QList<QDBusObjectPath> items = qdbus_cast<QList<QDBusObjectPath>>(arguments.value(0));
                 if (items.size() != 1 || !properties.contains(items.first().path()))
@@ -127,6 +140,18 @@ public:
         return int(calls.count(member));
     }
 
+    // How many containers each call of `member` (ElementsOfEach or Properties) asked about.
+    QList<int> objectsAskedFor(const QString &member)
+    {
+        QMutexLocker lock(&mutex);
+        QList<int> sizes;
+        for (const QDBusMessage &message : received) {
+            if (message.interface() == KastrelInterface && message.member() == member)
+                sizes.append(int(qdbus_cast<QList<QDBusObjectPath>>(message.arguments().value(0)).size()));
+        }
+        return sizes;
+    }
+
     QMutex mutex;
     QHash<QString, QVariantMap> properties;
     QHash<QString, QStringList> elements; // "container element" -> objects
@@ -134,6 +159,7 @@ public:
     QHash<QString, QVariantList> replacements; // member -> reply arguments to answer instead
     QSet<QString> failOnce; // "container element" of Elements calls answered once with an error
     QHash<QString, QString> refusals; // member -> name of the error that answers every such call
+    bool servesElementsOfEach = false; // otherwise answered as an unknown method
     std::atomic<int> refusedCalls {0};
     QStringList calls;
     QList<QDBusMessage> received;
@@ -277,6 +303,17 @@ void fillLibrary(ScriptedPeer &peer, const QString &version)
     peer.elements.insert(QStringLiteral("/ labels"), {QStringLiteral("/l/1"), QStringLiteral("/l/2")});
 }
 
+// The small library of a source that offers ElementsOfEach, with `count` notes
+// "<prefix>/0", ... each tagged with `tags`.
+QStringList fillLibraryWithTaggedNotes(ScriptedPeer &peer, const QString &prefix, int count, const QStringList &tags)
+{
+    peer.servesElementsOfEach = true;
+    fillLibrary(peer, QStringLiteral("2.1"));
+    const QStringList items = addNumberedItems(peer, prefix, count);
+    listNotesWithTags(peer, items, tags);
+    return items;
+}
+
 QString standInPath(const QString &name)
 {
     return QStringLiteral(KI_BIN_DIR "/") + name;
@@ -364,7 +401,11 @@ class TestDBusScripting : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { qDBusRegisterMetaType<QList<QVariantMap>>(); }
+    void initTestCase()
+    {
+        qDBusRegisterMetaType<QList<QVariantMap>>();
+        qDBusRegisterMetaType<QList<QList<QDBusObjectPath>>>();
+    }
 
     void readsEveryClassAndProperty()
     {
@@ -574,6 +615,136 @@ private slots:
         QVERIFY2(failure.contains(QLatin1String("Elements")) && failure.contains(QLatin1String("/retry/4"))
                      && failure.contains(QLatin1String("UnknownObject")),
                  qPrintable(failure));
+    }
+
+    void tagsOfManyItemsAreReadInOneCallPerThousand()
+    {
+        PeerHost host(Kastrel4);
+        host.peer.servesElementsOfEach = true;
+        fillLibrary(host.peer, QStringLiteral("2.1"));
+        const QStringList items = addNumberedItems(host.peer, QStringLiteral("/many"), 2500);
+        for (qsizetype i = 0; i < items.size(); ++i) {
+            // A tag of its own, and from the second thousand on one that every item before had.
+            const QString own = QStringLiteral("/own/%1").arg(i);
+            host.peer.properties.insert(own, {{QStringLiteral("name"), QStringLiteral("own %1").arg(i)}});
+            host.peer.elements.insert(items.at(i) + QStringLiteral(" tags"),
+                                      i < 1000 ? QStringList {own} : QStringList {own, QStringLiteral("/own/0")});
+        }
+        host.peer.elements.insert(QStringLiteral("/ noteItems"), items);
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+        qsizetype index = 0;
+        for (const KastrelDatabaseItem &item : kastrel->noteItems().get()) {
+            QStringList names;
+            for (const KastrelTag &tag : item.tags().get())
+                names.append(tag.name());
+            QStringList expected {QStringLiteral("own %1").arg(index)};
+            if (index++ >= 1000)
+                expected.append(QStringLiteral("own 0"));
+            QCOMPARE(names, expected);
+            item.release();
+        }
+        QCOMPARE(host.peer.objectsAskedFor(QStringLiteral("ElementsOfEach")), (QList<int> {1000, 1000, 500}));
+        // The list of items only; the tags' names come in one call after each list of lists.
+        QCOMPARE(host.peer.callCount(QStringLiteral("Elements")), 1);
+        // Names already read are not asked for again.
+        QCOMPARE(host.peer.objectsAskedFor(QStringLiteral("Properties")), (QList<int> {1000, 1000, 500}));
+        const QMap<QString, quint64> calls = backend.roundTripsByMethod();
+        QCOMPARE(calls.value(Kastrel4 + QStringLiteral(" ElementsOfEach")), 3u);
+        QCOMPARE(calls.value(Kastrel4 + QStringLiteral(" Properties")), 3u);
+    }
+
+    void membersOfEveryGroupAndTheirIdentifiersInTwoCalls()
+    {
+        PeerHost host(Kastrel4);
+        host.peer.servesElementsOfEach = true;
+        fillLibrary(host.peer, QStringLiteral("2.1"));
+        const QStringList items = addNumberedItems(host.peer, QStringLiteral("/member"), 90);
+        QStringList groups;
+        for (int g = 0; g < 30; ++g) {
+            const QString group = QStringLiteral("/group/%1").arg(g);
+            host.peer.properties.insert(group, {{QStringLiteral("id"), QStringLiteral("G%1").arg(g)}});
+            host.peer.elements.insert(group + QStringLiteral(" databaseItems"), items.mid(g * 2, 5));
+            groups.append(group);
+        }
+        host.peer.elements.insert(QStringLiteral("/ folderCollections"), groups);
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+        const quint64 before = backend.roundTripCount();
+        QStringList read;
+        for (const KastrelFolderCollection &group : kastrel->folderCollections().get()) {
+            group.id();
+            for (const KastrelDatabaseItem &member : group.databaseItems().get())
+                read.append(member.id());
+        }
+        QCOMPARE(read.size(), 30 * 5);
+        QCOMPARE(read.mid(5, 5), (QStringList {"2", "3", "4", "5", "6"}));
+        // The groups' list and properties, their lists of members, the members' properties.
+        QCOMPARE(backend.roundTripCount() - before, 4u);
+        QCOMPARE(host.peer.objectsAskedFor(QStringLiteral("ElementsOfEach")), QList<int> {30});
+        QCOMPARE(host.peer.objectsAskedFor(QStringLiteral("Properties")), (QList<int> {30, 63}));
+    }
+
+    void aSourceWithoutElementsOfEachIsAskedForItOnce()
+    {
+        PeerHost host(Kastrel4);
+        fillLibrary(host.peer, QStringLiteral("2.1"));
+        const QStringList items = addNumberedItems(host.peer, QStringLiteral("/plain"), 40);
+        listNotesWithTags(host.peer, items, {QStringLiteral("/t/1")});
+        for (int g = 1; g <= 2; ++g)
+            host.peer.elements.insert(QStringLiteral("/g/%1 databaseItems").arg(g), items.mid(g, 3));
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+        for (const KastrelFolderCollection &group : kastrel->folderCollections().get())
+            QCOMPARE(group.databaseItems().get().size(), 3);
+        for (const KastrelDatabaseItem &item : kastrel->noteItems().get())
+            QCOMPARE(item.tags().get().value(0).name(), QStringLiteral("home"));
+        QCOMPARE(host.peer.callCount(QStringLiteral("ElementsOfEach")), 1);
+        // Lists one at a time, as today: the list of groups, each group's members, the list of
+        // notes, each note's tags.
+        QTRY_COMPARE(host.peer.callCount(QStringLiteral("Elements")), 1 + 2 + 1 + 40);
+    }
+
+    void aFailedElementsOfEachFailsTheRead()
+    {
+        PeerHost host(Kastrel4);
+        fillLibraryWithTaggedNotes(host.peer, QStringLiteral("/failing"), 5, {QStringLiteral("/t/1")});
+        host.peer.refusals.insert(QStringLiteral("ElementsOfEach"),
+                                  QStringLiteral("org.freedesktop.DBus.Error.Failed"));
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+        const QList<KastrelDatabaseItem> listed = kastrel->noteItems().get();
+        const std::optional<KSScriptingException> failure = scriptingExceptionOf([&] { listed.at(0).tags().get(); });
+        QVERIFY(failure);
+        QCOMPARE(failure->failure(), KSScriptingException::Failure::Other);
+        QCOMPARE(failure->reason(),
+                 QStringLiteral("ElementsOfEach of element \"tags\" of 5 objects from /failing/0 in "
+                                "com.fendwick.kastrel4 failed: org.freedesktop.DBus.Error.Failed: No such object path "
+                                "'/'"));
+        // Not asked again one list at a time: the source offers the call, and refused it.
+        QCOMPARE(host.peer.callCount(QStringLiteral("Elements")), 1);
+    }
+
+    void aListedObjectThatCannotBeReadFailsOnlyItsOwnRead()
+    {
+        PeerHost host(Kastrel4);
+        const QStringList items
+            = fillLibraryWithTaggedNotes(host.peer, QStringLiteral("/items"), 4, {QStringLiteral("/t/1")});
+        host.peer.elements.insert(items.at(2) + QStringLiteral(" tags"), {QStringLiteral("/t/ghost")});
+        DBusScriptingBackend backend;
+        const auto kastrel = KastrelApplication::applicationWithBundleIdentifier(backend, Kastrel4);
+        const QList<KastrelDatabaseItem> listed = kastrel->noteItems().get();
+        // The tags' names read ahead in one call fail for the ghost; the others are read
+        // when they are needed, and the ghost's read fails with its own error.
+        QCOMPARE(listed.at(0).tags().get().value(0).name(), QStringLiteral("home"));
+        QCOMPARE(listed.at(1).tags().get().value(0).name(), QStringLiteral("home"));
+        const KastrelTag ghost = listed.at(2).tags().get().value(0);
+        const QString failure = scriptingFailureOf([&] { ghost.name(); });
+        QVERIFY2(failure.startsWith(QLatin1String("Properties of /t/ghost in com.fendwick.kastrel4 failed: "))
+                     && failure.contains(QLatin1String("UnknownObject")),
+                 qPrintable(failure));
+        QCOMPARE(listed.at(3).tags().get().value(0).name(), QStringLiteral("home"));
+        QCOMPARE(host.peer.callCount(QStringLiteral("ElementsOfEach")), 1);
     }
 
     void releasedItemsAreNotAskedForAhead()

@@ -1,6 +1,7 @@
 // The source stand-in over the session bus: every class, element and property it serves,
-// absent values, what each version offers, exports and their faults, and its installation
-// as an activatable application.
+// absent values, what each version offers, the lists of many containers in one call, exports
+// and their faults, a source that handles one call at a time, and its installation as an
+// activatable application.
 #include "TestConfig.h"
 #include "TestSupport.h"
 
@@ -10,8 +11,10 @@
 #include <QDBusInterface>
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
+#include <QDBusPendingCall>
 #include <QDBusReply>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -91,6 +94,14 @@ public:
     }
 
     QVariantMap propertiesOf(const QString &path) const { return properties({path}).value(0); }
+
+    QDBusMessage elementsOfEach(const QStringList &containers, const QString &element) const
+    {
+        QList<QDBusObjectPath> objects;
+        for (const QString &path : containers)
+            objects << objectPath(path);
+        return call(QStringLiteral("ElementsOfEach"), {QVariant::fromValue(objects), element});
+    }
 
     QStringList elements(const QString &container, const QString &element) const
     {
@@ -632,6 +643,130 @@ private slots:
                  folder.filePath(QStringLiteral("Photo.png")));
     }
 
+    void elementsOfEachAnswersWhatElementsWouldForEach()
+    {
+        auto standin = startStandin({QStringLiteral("--version"), QStringLiteral("2.0")});
+        QVERIFY(standin);
+        const QStringList containers = standin->elements(QStringLiteral("/"), QStringLiteral("noteItems"))
+            + standin->elements(QStringLiteral("/"), QStringLiteral("tagCollections"));
+        QVERIFY(containers.size() > 2);
+        const QDBusMessage reply = standin->elementsOfEach(containers, QStringLiteral("tags"));
+        QCOMPARE(reply.type(), QDBusMessage::ReplyMessage);
+        QCOMPARE(reply.signature(), QStringLiteral("aao"));
+        const auto lists = qdbus_cast<QList<QList<QDBusObjectPath>>>(reply.arguments().value(0));
+        QCOMPARE(lists.size(), containers.size());
+        int tags = 0;
+        for (qsizetype i = 0; i < containers.size(); ++i) {
+            QStringList paths;
+            for (const QDBusObjectPath &path : lists.at(i))
+                paths << path.path();
+            QCOMPARE(paths, standin->elements(containers.at(i), QStringLiteral("tags")));
+            tags += int(paths.size());
+        }
+        QVERIFY(tags > 0);
+
+        // No containers: no lists. The same container twice: its list twice.
+        const QDBusMessage none = standin->elementsOfEach({}, QStringLiteral("tags"));
+        QCOMPARE(qdbus_cast<QList<QList<QDBusObjectPath>>>(none.arguments().value(0)).size(), 0);
+        const QString group = standin->elements(QStringLiteral("/"), QStringLiteral("folderCollections")).value(0);
+        const QDBusMessage twice = standin->elementsOfEach({group, group}, QStringLiteral("databaseItems"));
+        const auto members = qdbus_cast<QList<QList<QDBusObjectPath>>>(twice.arguments().value(0));
+        QCOMPARE(members.size(), 2);
+        QCOMPARE(members.at(0), members.at(1));
+        QCOMPARE(qsizetype(members.at(0).size()), standin->elements(group, QStringLiteral("databaseItems")).size());
+    }
+
+    void elementsOfEachFailsWholeForOneUnknownContainerOrElement()
+    {
+        auto standin = startStandin({QStringLiteral("--version"), QStringLiteral("2.0")});
+        QVERIFY(standin);
+        const QStringList notes = standin->elements(QStringLiteral("/"), QStringLiteral("noteItems"));
+        const QDBusMessage unknown
+            = standin->elementsOfEach({notes.value(0), QStringLiteral("/items/9999")}, QStringLiteral("tags"));
+        QCOMPARE(unknown.type(), QDBusMessage::ErrorMessage);
+        QCOMPARE(unknown.errorName(), QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"));
+        // A label has no tags: the element fails for it, and so the whole call.
+        const QDBusMessage wrongElement
+            = standin->elementsOfEach({notes.value(0), QStringLiteral("/labels/0")}, QStringLiteral("tags"));
+        QCOMPARE(wrongElement.type(), QDBusMessage::ErrorMessage);
+        QCOMPARE(wrongElement.errorName(), QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"));
+    }
+
+    void elementsOfEachCanBeMissingOrFailing_data()
+    {
+        QTest::addColumn<QString>("answer");
+        QTest::addColumn<QString>("error");
+        QTest::newRow("missing") << "missing"
+                                 << "org.freedesktop.DBus.Error.UnknownMethod";
+        QTest::newRow("failing") << "failing"
+                                 << "org.freedesktop.DBus.Error.Failed";
+    }
+
+    void elementsOfEachCanBeMissingOrFailing()
+    {
+        QFETCH(QString, answer);
+        QFETCH(QString, error);
+        auto standin = startStandin(
+            {QStringLiteral("--version"), QStringLiteral("2.0"), QStringLiteral("--elements-of-each"), answer});
+        QVERIFY(standin);
+        const QStringList notes = standin->elements(QStringLiteral("/"), QStringLiteral("noteItems"));
+        QVERIFY(!notes.isEmpty());
+        const QDBusMessage reply = standin->elementsOfEach(notes, QStringLiteral("tags"));
+        QCOMPARE(reply.type(), QDBusMessage::ErrorMessage);
+        QCOMPARE(reply.errorName(), error);
+        // Every list can still be had one at a time.
+        QVERIFY(!standin->elements(notes.value(0), QStringLiteral("tags")).value(0).startsWith(QLatin1String("error")));
+    }
+
+    void elementsOfEachTakesOnlyKnownAnswers()
+    {
+        QByteArray standardError;
+        QCOMPARE(runStandin({QStringLiteral("--library"), libraryPath(), QStringLiteral("--elements-of-each"),
+                             QStringLiteral("sometimes")},
+                            &standardError),
+                 2);
+        QVERIFY(standardError.contains("--elements-of-each"));
+        QCOMPARE(runStandin({QStringLiteral("--library"), libraryPath(), QStringLiteral("--serial-delay"),
+                             QStringLiteral("soon")},
+                            &standardError),
+                 2);
+        QVERIFY(standardError.contains("--serial-delay"));
+    }
+
+    // Calls sent together are answered one after the other, each after the delay: the last of
+    // them cannot be answered before all of their delays have passed.
+    void serialDelayHandlesOneCallAtATime()
+    {
+        const int delay = 150;
+        auto standin = startStandin({QStringLiteral("--version"), QStringLiteral("2.0"),
+                                     QStringLiteral("--serial-delay"), QString::number(delay)});
+        QVERIFY(standin);
+        QCOMPARE(standin->propertiesOf(QStringLiteral("/")).value(QStringLiteral("version")).toString(),
+                 QStringLiteral("2.0"));
+        const int calls = 4;
+        QList<QDBusPendingCall> pending;
+        QElapsedTimer clock;
+        clock.start();
+        for (int i = 0; i < calls; ++i) {
+            QDBusMessage message = QDBusMessage::createMethodCall(
+                QStringLiteral("com.fendwick.kastrel4"), QStringLiteral("/"), kInterface, QStringLiteral("Count"));
+            message.setArguments({QVariant::fromValue(objectPath(QStringLiteral("/"))), QStringLiteral("labels")});
+            pending.append(QDBusConnection::sessionBus().asyncCall(message));
+        }
+        for (QDBusPendingCall &call : pending) {
+            call.waitForFinished();
+            QCOMPARE(call.reply().type(), QDBusMessage::ReplyMessage);
+            QCOMPARE(call.reply().arguments().value(0).toUInt(), 4u);
+        }
+        QVERIFY2(clock.elapsed() >= calls * delay, qPrintable(QString::number(clock.elapsed())));
+        // Errors take their time too, and the stand-in goes on answering.
+        clock.restart();
+        const QDBusMessage error = standin->call(QStringLiteral("Count"), {QVariant::fromValue(objectPath("/x")), "y"});
+        QCOMPARE(error.type(), QDBusMessage::ErrorMessage);
+        QVERIFY(clock.elapsed() >= delay);
+        QCOMPARE(standin->elements(QStringLiteral("/"), QStringLiteral("labels")).size(), 4);
+    }
+
     void aBrokenLibraryIsRefusedAtStart()
     {
         QTemporaryDir folder;
@@ -665,6 +800,21 @@ private slots:
                  QStringLiteral("[D-BUS Service]\nName=com.fendwick.kastrel\nExec=") + standinExecutable()
                      + QStringLiteral(" serve --identifier com.fendwick.kastrel --version 1.5 --library ")
                      + libraryPath() + QStringLiteral("\n"));
+    }
+
+    void installPassesTheSourceBehaviourOn()
+    {
+        QTemporaryDir home;
+        QCOMPARE(
+            runStandin({QStringLiteral("install"), QStringLiteral("--library"), libraryPath(),
+                        QStringLiteral("--serial-delay"), QStringLiteral("10"), QStringLiteral("--elements-of-each"),
+                        QStringLiteral("missing"), QStringLiteral("--data-home"), home.path()}),
+            0);
+        const QString service
+            = fileBytes(home.filePath(QStringLiteral("dbus-1/services/com.fendwick.kastrel4.service")));
+        QVERIFY2(service.endsWith(QStringLiteral(" --library ") + libraryPath()
+                                  + QStringLiteral(" --serial-delay 10 --elements-of-each missing\n")),
+                 qPrintable(service));
     }
 
     void installQuotesAwkwardArguments()

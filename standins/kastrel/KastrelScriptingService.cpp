@@ -6,7 +6,9 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusMetaType>
+#include <QElapsedTimer>
 #include <QFileInfo>
+#include <QThread>
 #include <QTimer>
 #include <cstdio>
 
@@ -29,6 +31,7 @@ KastrelScriptingService::KastrelScriptingService(const KastrelLibrary &library, 
 void KastrelScriptingService::registerTypes()
 {
     qDBusRegisterMetaType<KastrelPropertyList>();
+    qDBusRegisterMetaType<KastrelElementLists>();
 }
 
 template<typename T> T KastrelScriptingService::reply(const T &value)
@@ -42,10 +45,31 @@ template<typename T> T KastrelScriptingService::reply(const T &value)
     return value;
 }
 
+KastrelScriptingService::SerialCall::SerialCall(KastrelScriptingService &service)
+    : m_service(service)
+{
+    m_service.m_callClock.start();
+}
+
+KastrelScriptingService::SerialCall::~SerialCall()
+{
+    m_service.holdSerialCall();
+}
+
+void KastrelScriptingService::holdSerialCall()
+{
+    // The service's only thread is held: the bus keeps the calls that come meanwhile.
+    const qint64 left = m_serialDelay - m_callClock.elapsed();
+    if (left > 0)
+        QThread::msleep(quint64(left));
+}
+
 void KastrelScriptingService::replyError(const QString &name, const QString &text)
 {
     if (!calledFromDBus())
         return;
+    // An error reply leaves at once, unlike an answer: it takes the call's time first.
+    holdSerialCall();
     if (m_replyDelay > 0) {
         setDelayedReply(true);
         const QDBusMessage answer = message().createErrorReply(name, text);
@@ -58,6 +82,7 @@ void KastrelScriptingService::replyError(const QString &name, const QString &tex
 
 KastrelPropertyList KastrelScriptingService::Properties(const QList<QDBusObjectPath> &objects)
 {
+    const SerialCall serial(*this);
     KastrelPropertyList dictionaries;
     dictionaries.reserve(objects.size());
     for (const QDBusObjectPath &object : objects) {
@@ -74,6 +99,7 @@ KastrelPropertyList KastrelScriptingService::Properties(const QList<QDBusObjectP
 
 uint KastrelScriptingService::Count(const QDBusObjectPath &container, const QString &element)
 {
+    const SerialCall serial(*this);
     QString error;
     const std::optional<KastrelObjectRef> resolved = m_model.resolve(container.path(), &error);
     if (!resolved) {
@@ -88,24 +114,61 @@ uint KastrelScriptingService::Count(const QDBusObjectPath &container, const QStr
     return reply(*count);
 }
 
-QList<QDBusObjectPath> KastrelScriptingService::Elements(const QDBusObjectPath &container, const QString &element)
+std::optional<QList<QDBusObjectPath>> KastrelScriptingService::elementsOf(const QDBusObjectPath &container,
+                                                                          const QString &element)
 {
     QString error;
     const std::optional<KastrelObjectRef> resolved = m_model.resolve(container.path(), &error);
     if (!resolved) {
         replyError(kUnknownObject, error);
-        return {};
+        return std::nullopt;
     }
-    const std::optional<QList<QDBusObjectPath>> elements = m_model.elements(*resolved, element, &error);
-    if (!elements) {
+    std::optional<QList<QDBusObjectPath>> elements = m_model.elements(*resolved, element, &error);
+    if (!elements)
         replyError(kInvalidArgs, error);
+    return elements;
+}
+
+QList<QDBusObjectPath> KastrelScriptingService::Elements(const QDBusObjectPath &container, const QString &element)
+{
+    const SerialCall serial(*this);
+    const std::optional<QList<QDBusObjectPath>> elements = elementsOf(container, element);
+    return elements ? reply(*elements) : QList<QDBusObjectPath>();
+}
+
+KastrelElementLists KastrelScriptingService::ElementsOfEach(const QList<QDBusObjectPath> &containers,
+                                                            const QString &element)
+{
+    const SerialCall serial(*this);
+    switch (m_elementsOfEach) {
+    case KastrelElementsOfEach::Missing:
+        replyError(QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod"),
+                   QStringLiteral("No such method 'ElementsOfEach' in interface '%1' at object path '/'")
+                       .arg(interfaceName()));
         return {};
+    case KastrelElementsOfEach::Failing:
+        replyError(
+            QStringLiteral("org.freedesktop.DBus.Error.Failed"),
+            QStringLiteral("the elements \"%1\" of %2 objects could not be read").arg(element).arg(containers.size()));
+        return {};
+    case KastrelElementsOfEach::Served:
+        break;
     }
-    return reply(*elements);
+    // One unknown container or element fails the whole call, as Elements would fail for it.
+    KastrelElementLists lists;
+    lists.reserve(containers.size());
+    for (const QDBusObjectPath &container : containers) {
+        std::optional<QList<QDBusObjectPath>> elements = elementsOf(container, element);
+        if (!elements)
+            return {};
+        lists.append(std::move(*elements));
+    }
+    return reply(lists);
 }
 
 QString KastrelScriptingService::Export(const QList<QDBusObjectPath> &items, const QString &folder)
 {
+    const SerialCall serial(*this);
     if (items.size() != 1) {
         replyError(kInvalidArgs, QStringLiteral("Export takes exactly one item, not %1").arg(items.size()));
         return QString();

@@ -5,8 +5,13 @@
 // the importer's threads) spent over the export, and how long `cp -a` takes to copy the same
 // content (the best of three copies). Run it through scripts/benchmark, which gives every size
 // a private bus, fresh stand-ins and a process of its own (peak memory is the process's).
+// With --serial-delay MS the source handles one call at a time, each taking MS milliseconds,
+// as a real application's scripting does; the calls then set a floor under the wall time,
+// printed with the calls by method. --elements-of-each missing plays a source without
+// ElementsOfEach.
 //
 //   kastrel-benchmark [--items N] [--work DIR] [--seed N] [--kinds notes,images,...]
+//                     [--serial-delay MS] [--elements-of-each served|missing]
 //   kastrel-benchmark generate --items N --seed S DIR   (used internally, in a child process)
 #include "BenchmarkLibrary.h"
 #include "CpuAccount.h"
@@ -126,7 +131,47 @@ qint64 folderBytes(const QString &path)
     return total;
 }
 
-int benchmark(int items, const QString &work, quint32 seed, const QStringList &kinds)
+// How the source stand-in is to answer.
+struct SourceBehaviour
+{
+    int serialDelay = 0; // milliseconds a call, one call at a time; 0: every call at once
+    QString elementsOfEach = QStringLiteral("served");
+};
+
+// The source's calls by method, calls per item, and the floors that a source answering one
+// call at a time sets: every call, and the Export calls alone, each taking the delay. The
+// target's few calls are listed apart; its stand-in answers at once.
+void printSerialFloors(const QMap<QString, quint64> &calls, int items, qint64 wall, int delay)
+{
+    const QString sourcePrefix = sourceIdentifier + QLatin1Char(' ');
+    QStringList byMethod;
+    QStringList targetCalls;
+    quint64 all = 0;
+    for (auto it = calls.constBegin(); it != calls.constEnd(); ++it) {
+        if (!it.key().startsWith(sourcePrefix)) {
+            targetCalls.append(QStringLiteral("%1 %2").arg(it.key()).arg(it.value()));
+            continue;
+        }
+        byMethod.append(QStringLiteral("%1 %2").arg(it.key().mid(sourcePrefix.size())).arg(it.value()));
+        all += it.value();
+    }
+    const quint64 exports = calls.value(sourcePrefix + QStringLiteral("Export"));
+    out << "source calls by method:      " << byMethod.join(QStringLiteral(", ")) << '\n';
+    out << "source calls per item:       " << (items ? double(all) / items : 0) << " (" << all << " in all; "
+        << (items ? double(all - exports) / items : 0) << " per item besides the exports)\n";
+    out << "target calls:                " << targetCalls.join(QStringLiteral(", ")) << '\n';
+    if (delay <= 0)
+        return;
+    const double floor = all * delay / 1000.0;
+    const double exportFloor = exports * delay / 1000.0;
+    out << "serial source:               " << delay << " ms a call, one call at a time\n";
+    out << "floor (calls x delay):       " << floor
+        << " s; wall time / floor: " << (floor > 0 ? wall / 1000.0 / floor : 0) << '\n';
+    out << "floor of the exports alone:  " << exportFloor << " s (" << exports
+        << " Export calls); wall time / that floor: " << (exportFloor > 0 ? wall / 1000.0 / exportFloor : 0) << '\n';
+}
+
+int benchmark(int items, const QString &work, quint32 seed, const QStringList &kinds, const SourceBehaviour &source)
 {
     const QString library = QDir(work).filePath(QStringLiteral("library-%1-%2").arg(items).arg(seed));
     if (!QFileInfo::exists(QDir(library).filePath(QStringLiteral("library.json")))) {
@@ -144,7 +189,8 @@ int benchmark(int items, const QString &work, quint32 seed, const QStringList &k
     QDir(target).removeRecursively();
     if (!run(binary(QStringLiteral("kastrel-standin")),
              {QStringLiteral("install"), QStringLiteral("--library"), library, QStringLiteral("--identifier"),
-              sourceIdentifier, QStringLiteral("--version"), QStringLiteral("2.5")})
+              sourceIdentifier, QStringLiteral("--version"), QStringLiteral("2.5"), QStringLiteral("--serial-delay"),
+              QString::number(source.serialDelay), QStringLiteral("--elements-of-each"), source.elementsOfEach})
         || !run(binary(QStringLiteral("nortavel3-standin")),
                 {QStringLiteral("install"), QStringLiteral("--identifier"), targetIdentifier,
                  QStringLiteral("--version"), QStringLiteral("3.6"), QStringLiteral("--data"), target})) {
@@ -203,6 +249,7 @@ int benchmark(int items, const QString &work, quint32 seed, const QStringList &k
     delete worker;
     const qint64 peakMemory = peakResidentKilobytes();
     const quint64 roundTrips = backend->roundTripCount();
+    const QMap<QString, quint64> callsByMethod = backend->roundTripsByMethod();
 
     // The target copies everything it is handed after it has answered; the copy below must not
     // share the disk with it, so wait for its report. Its time is shown, apart from the export's.
@@ -215,14 +262,16 @@ int benchmark(int items, const QString &work, quint32 seed, const QStringList &k
 
     // The floor the scripting contract sets: one Export call per item (bookmarks are written
     // without one), each a bus round trip at least as long as the plainest call the source
-    // answers, made here a thousand times on the same connection.
-    const std::shared_ptr<KastrelScripting> source = backend->kastrelWithBundleIdentifier(sourceIdentifier);
-    const quint32 exportCalls = quint32(items) - source->count(QStringLiteral("/"), QStringLiteral("bookmarkItems"));
+    // answers, made here a thousand times on the same connection (twenty times against a
+    // serial source, whose every call takes its delay).
+    const std::shared_ptr<KastrelScripting> scripting = backend->kastrelWithBundleIdentifier(sourceIdentifier);
+    const quint32 exportCalls = quint32(items) - scripting->count(QStringLiteral("/"), QStringLiteral("bookmarkItems"));
+    const int roundTripSamples = source.serialDelay > 0 ? 20 : 1000;
     QElapsedTimer roundTripClock;
     roundTripClock.start();
-    for (int i = 0; i < 1000; ++i)
-        source->count(QStringLiteral("/"), QStringLiteral("labels"));
-    const double roundTripMicroseconds = roundTripClock.nsecsElapsed() / 1000.0 / 1000.0;
+    for (int i = 0; i < roundTripSamples; ++i)
+        scripting->count(QStringLiteral("/"), QStringLiteral("labels"));
+    const double roundTripMicroseconds = roundTripClock.nsecsElapsed() / 1000.0 / roundTripSamples;
 
     // The same content copied the plain way into a fresh folder on the same disk, three times,
     // each copy removed once timed. The export is compared with the fastest, the copy least
@@ -267,6 +316,7 @@ int benchmark(int items, const QString &work, quint32 seed, const QStringList &k
             << (delegate->marks.last().second - delegate->lastRecord) / 1000.0 << " s\n";
     out << "bus round trips per item:    " << (items ? double(roundTrips) / items : 0) << " (" << roundTrips
         << " in all)\n";
+    printSerialFloors(callsByMethod, items, wall, source.serialDelay);
     out << "peak resident memory:        " << peakMemory / 1024 << " MB = " << peakMemory << " KB (base "
         << baseMemory / 1024 << " MB, " << (items ? double(peakMemory - baseMemory) / items : 0)
         << " KB per item above it)\n";
@@ -309,6 +359,7 @@ int main(int argc, char *argv[])
     int size = 1000;
     QString work = QDir::temp().filePath(QStringLiteral("kastrel-benchmark"));
     quint32 seed = 1;
+    SourceBehaviour source;
     QStringList kinds = KSImportOptions::allKeys();
     for (int i = 1; i + 1 < arguments.size(); i += 2) {
         if (arguments.at(i) == QLatin1String("--items")) {
@@ -319,9 +370,13 @@ int main(int argc, char *argv[])
             kinds = arguments.at(i + 1).split(QLatin1Char(','));
         } else if (arguments.at(i) == QLatin1String("--seed")) {
             seed = arguments.at(i + 1).toUInt();
+        } else if (arguments.at(i) == QLatin1String("--serial-delay")) {
+            source.serialDelay = arguments.at(i + 1).toInt();
+        } else if (arguments.at(i) == QLatin1String("--elements-of-each")) {
+            source.elementsOfEach = arguments.at(i + 1);
         }
     }
     QDir().mkpath(work);
     out << "machine: " << QThread::idealThreadCount() << " cores, " << QSysInfo::prettyProductName() << '\n';
-    return benchmark(size, work, seed, kinds);
+    return benchmark(size, work, seed, kinds, source);
 }
