@@ -5,6 +5,7 @@
 #include "formats/RTFReader.h"
 
 #include "formats/RTFCodePages.h"
+#include "formats/RTFSymbolFonts.h"
 #include "formats/RichTextAttachment.h"
 #include "formats/RichTextAttributes.h"
 
@@ -44,9 +45,31 @@ enum class Destination : quint8 {
     ShapeProperty,
     ShapePropertyName,
     ShapePropertyValue,
+    Footnote,
+    LeftOut, // text the note cannot show, such as page headers: its kind goes to the report
 };
 
 enum class Underline : quint8 { None, Single, Dotted, Dashed, Wave };
+
+// What the note leaves out, in the words the run's log uses for it.
+enum class LeftOutKind : quint8 { HeadersAndFooters, Comments, Objects, Pictures, Count };
+
+QString leftOutDescription(LeftOutKind kind)
+{
+    switch (kind) {
+    case LeftOutKind::HeadersAndFooters:
+        return QStringLiteral("page headers and footers");
+    case LeftOutKind::Comments:
+        return QStringLiteral("comments");
+    case LeftOutKind::Objects:
+        return QStringLiteral("embedded objects it cannot show");
+    case LeftOutKind::Pictures:
+        return QStringLiteral("pictures in a format it cannot keep");
+    case LeftOutKind::Count:
+        break;
+    }
+    return {};
+}
 enum class Script : quint8 { None, Super, Sub };
 
 struct CharState
@@ -104,6 +127,8 @@ struct Group
     bool swallowAttachmentCharacter = false;
     int unicodeSkip = 1;
     int infoField = -1;
+    LeftOutKind leftOut = LeftOutKind::HeadersAndFooters;
+    bool object = false; // an embedded object's group, which shows only through its result
 };
 
 enum class Keyword {
@@ -199,6 +224,14 @@ enum class Keyword {
     ShapePropertyName,
     ShapePropertyValue,
     ObjectResult,
+    Object,
+    FontCodePage,
+    Footnote,
+    FootnoteMark,
+    NestedTableProperties,
+    HeaderOrFooter,
+    Annotation,
+    ListText,
     SkippedDestination,
 };
 
@@ -322,18 +355,22 @@ const std::unordered_map<std::string_view, Keyword> &keywords()
         {"sn", Keyword::ShapePropertyName},
         {"sv", Keyword::ShapePropertyValue},
         {"result", Keyword::ObjectResult},
+        {"object", Keyword::Object},
+        {"cpg", Keyword::FontCodePage},
+        {"footnote", Keyword::Footnote},
+        {"chftn", Keyword::FootnoteMark},
+        {"nesttableprops", Keyword::NestedTableProperties},
+        {"header", Keyword::HeaderOrFooter},
+        {"headerl", Keyword::HeaderOrFooter},
+        {"headerr", Keyword::HeaderOrFooter},
+        {"headerf", Keyword::HeaderOrFooter},
+        {"footer", Keyword::HeaderOrFooter},
+        {"footerl", Keyword::HeaderOrFooter},
+        {"footerr", Keyword::HeaderOrFooter},
+        {"footerf", Keyword::HeaderOrFooter},
+        {"annotation", Keyword::Annotation},
         // Destinations whose content is not part of the text, marked or not with \*.
         {"stylesheet", Keyword::SkippedDestination},
-        {"header", Keyword::SkippedDestination},
-        {"headerl", Keyword::SkippedDestination},
-        {"headerr", Keyword::SkippedDestination},
-        {"headerf", Keyword::SkippedDestination},
-        {"footer", Keyword::SkippedDestination},
-        {"footerl", Keyword::SkippedDestination},
-        {"footerr", Keyword::SkippedDestination},
-        {"footerf", Keyword::SkippedDestination},
-        {"footnote", Keyword::SkippedDestination},
-        {"annotation", Keyword::SkippedDestination},
         {"objdata", Keyword::SkippedDestination},
         {"nonshppict", Keyword::SkippedDestination},
         {"listtable", Keyword::SkippedDestination},
@@ -356,7 +393,32 @@ const std::unordered_map<std::string_view, Keyword> &keywords()
         {"pn", Keyword::SkippedDestination},
         {"bkmkstart", Keyword::SkippedDestination},
         {"bkmkend", Keyword::SkippedDestination},
-        {"shpinst", Keyword::ShapeInstance},
+        // Text that stands in for what this reader shows itself (nested tables, the numbers of
+        // lists), index and contents entries, footnote separators, alternative font names.
+        {"nonesttables", Keyword::SkippedDestination},
+        {"listtext", Keyword::ListText},
+        {"pntext", Keyword::ListText},
+        {"xe", Keyword::SkippedDestination},
+        {"tc", Keyword::SkippedDestination},
+        {"tcn", Keyword::SkippedDestination},
+        {"ftnsep", Keyword::SkippedDestination},
+        {"ftnsepc", Keyword::SkippedDestination},
+        {"ftncn", Keyword::SkippedDestination},
+        {"aftnsep", Keyword::SkippedDestination},
+        {"aftnsepc", Keyword::SkippedDestination},
+        {"aftncn", Keyword::SkippedDestination},
+        {"falt", Keyword::SkippedDestination},
+        {"atnid", Keyword::SkippedDestination},
+        {"atnauthor", Keyword::SkippedDestination},
+        {"atndate", Keyword::SkippedDestination},
+        {"atnref", Keyword::SkippedDestination},
+        {"atrfstart", Keyword::SkippedDestination},
+        {"atrfend", Keyword::SkippedDestination},
+        {"docvar", Keyword::SkippedDestination},
+        {"userprops", Keyword::SkippedDestination},
+        {"protusertbl", Keyword::SkippedDestination},
+        {"listpicture", Keyword::SkippedDestination},
+        {"mmathPr", Keyword::SkippedDestination},
     };
     return table;
 }
@@ -381,6 +443,12 @@ bool isKnownStarredDestination(Keyword keyword)
     case Keyword::FieldInstruction:
     case Keyword::DocumentBackground:
     case Keyword::ShapeInstance:
+    case Keyword::Footnote:
+    case Keyword::NestedTableProperties:
+    case Keyword::ObjectResult:
+    case Keyword::ListText:
+    case Keyword::HeaderOrFooter:
+    case Keyword::Annotation:
         return true;
     default:
         return false;
@@ -492,8 +560,22 @@ struct FontEntry
 {
     QString name;
     int charset = -1;
+    int codePage = 0; // \cpg, which wins over the charset
+    RTFSymbolFonts::Font symbol = RTFSymbolFonts::Font::None;
     QFont::StyleHint styleHint = QFont::AnyStyle;
 };
+
+// Text in a symbol font is decoded by the font, not by a code page: such fonts stand in the
+// code-page field as negative numbers.
+int symbolCodePage(RTFSymbolFonts::Font font)
+{
+    return -int(font);
+}
+
+RTFSymbolFonts::Font symbolFontOf(int codePage)
+{
+    return codePage < 0 ? RTFSymbolFonts::Font(-codePage) : RTFSymbolFonts::Font::None;
+}
 
 class Parser
 {
@@ -537,6 +619,9 @@ private:
     bool swallowPlaceholder();
 
     int codePage();
+    bool awaitsTrailByte() const;
+    void noteLeftOut(LeftOutKind kind) { m_leftOut[size_t(kind)] = true; }
+    void appendFootnotes();
     const QTextCharFormat &charFormat(const CharState &state);
     QTextCharFormat makeCharFormat(const CharState &state) const;
     void tablesChanged() { m_formatCache.clear(); }
@@ -610,6 +695,12 @@ private:
     bool m_inBackground = false;
     QString m_shapeName, m_shapeValue;
 
+    // Footnotes and endnotes: their text, collected while reading, goes after the note's text.
+    int m_footnoteCount = 0;
+    QStringList m_footnotes;
+    bool m_objectHasResult = false;
+    std::array<bool, size_t(LeftOutKind::Count)> m_leftOut {};
+
     QVariantMap m_attributes;
 };
 
@@ -635,8 +726,30 @@ void Parser::run()
     insertPendingText(false);
     if (!m_stack.empty())
         finishBlock();
+    appendFootnotes();
     m_cursor.endEditBlock();
     m_attributes.insert(RichText::DocumentTypeAttribute, RichText::RTFDocumentType);
+    QStringList leftOut;
+    for (size_t kind = 0; kind < m_leftOut.size(); ++kind)
+        if (m_leftOut[kind])
+            leftOut.append(leftOutDescription(LeftOutKind(kind)));
+    if (!leftOut.isEmpty())
+        m_attributes.insert(RichText::LeftOutContentAttribute, leftOut);
+}
+
+// The notes follow the text, each a paragraph of its own that begins with its mark, as they
+// would stand at the end of a printed page.
+void Parser::appendFootnotes()
+{
+    if (m_footnotes.isEmpty())
+        return;
+    const QTextCharFormat format = charFormat(CharState());
+    for (const QString &note : std::as_const(m_footnotes)) {
+        m_cursor.insertBlock(QTextBlockFormat(), format);
+        m_cursor.insertText(note.trimmed(), format);
+    }
+    m_blockPara.reset();
+    m_blockMark.reset();
 }
 
 void Parser::openGroup()
@@ -655,6 +768,7 @@ void Parser::openGroup()
     Group group = m_stack.back();
     group.startsDestination = false;
     group.swallowAttachmentCharacter = false;
+    group.object = false;
     m_stack.push_back(std::move(group));
 }
 
@@ -676,6 +790,8 @@ bool Parser::closeGroup()
     m_stack.pop_back();
     if (closed.startsDestination)
         finishDestination(closed);
+    if (closed.object && !m_objectHasResult && closed.destination == Destination::Text)
+        noteLeftOut(LeftOutKind::Objects);
     return true;
 }
 
@@ -701,6 +817,8 @@ void Parser::finishDestination(const Group &closed)
                 size = QSizeF(m_pictureWidthGoal / 20.0 * m_pictureScaleX / 100.0,
                               m_pictureHeightGoal / 20.0 * m_pictureScaleY / 100.0);
             insertAttachment(QStringLiteral("Picture %1.%2").arg(m_pictureCount).arg(suffix), m_picture, size);
+        } else if (!m_picture.isEmpty()) {
+            noteLeftOut(LeftOutKind::Pictures);
         }
         m_picture.clear();
         break;
@@ -810,6 +928,11 @@ void Parser::readControl()
 
 void Parser::controlSymbol(char symbol)
 {
+    // An escaped brace or backslash may be the second byte of a double-byte character.
+    if ((symbol == '\\' || symbol == '{' || symbol == '}') && m_unicodeSkipRemaining == 0 && awaitsTrailByte()) {
+        appendByte(symbol);
+        return;
+    }
     flushBytes();
     m_starred = symbol == '*';
     if (m_starred)
@@ -837,6 +960,8 @@ void Parser::controlSymbol(char symbol)
     case '\r':
         if (destination() == Destination::Text)
             endParagraph();
+        else if (destination() == Destination::Footnote)
+            appendText(QStringLiteral("\n"));
         break;
     case '\t':
         appendCharacter(u'\t');
@@ -936,6 +1061,10 @@ void Parser::controlWord(std::string_view word, bool hasParameter, int parameter
         if (dest == Destination::FontTable)
             m_tableEntry.charset = parameter;
         break;
+    case Keyword::FontCodePage:
+        if (dest == Destination::FontTable && parameter > 0)
+            m_tableEntry.codePage = parameter;
+        break;
     case Keyword::FontFamilyRoman:
         m_tableEntry.styleHint = QFont::Serif;
         break;
@@ -990,6 +1119,8 @@ void Parser::controlWord(std::string_view word, bool hasParameter, int parameter
     case Keyword::Par:
         if (dest == Destination::Text)
             endParagraph();
+        else if (dest == Destination::Footnote)
+            appendText(QStringLiteral("\n"));
         break;
     case Keyword::Tab:
     case Keyword::Cell:
@@ -997,8 +1128,13 @@ void Parser::controlWord(std::string_view word, bool hasParameter, int parameter
         break;
     case Keyword::Unicode: {
         const int unit = parameter < 0 ? parameter + 65536 : parameter;
-        if (!swallowPlaceholder())
-            appendCharacter(unit >= 0 && unit <= 0xFFFF ? char16_t(unit) : char16_t(0xFFFD));
+        const RTFSymbolFonts::Font symbol = symbolFontOf(codePage());
+        if (!swallowPlaceholder()) {
+            if (symbol != RTFSymbolFonts::Font::None && unit >= 0x20)
+                appendText(RTFSymbolFonts::mapCharacter(char32_t(unit), symbol));
+            else
+                appendCharacter(unit >= 0 && unit <= 0xFFFF ? char16_t(unit) : char16_t(0xFFFD));
+        }
         m_unicodeSkipRemaining = group.unicodeSkip;
         break;
     }
@@ -1135,7 +1271,34 @@ void Parser::controlWord(std::string_view word, bool hasParameter, int parameter
         m_pictureScaleY = qBound(1, parameter, 10000);
         break;
     case Keyword::ShapePicture:
+    case Keyword::NestedTableProperties: // writers put cell text here too: it stays text
+    case Keyword::ListText:
+        break;
     case Keyword::ObjectResult:
+        m_objectHasResult = true;
+        break;
+    case Keyword::Object:
+        group.object = true;
+        m_objectHasResult = false;
+        break;
+    case Keyword::Footnote:
+        if (dest == Destination::Text) {
+            setDestination(Destination::Footnote);
+            m_footnotes.append(QString());
+        } else {
+            setDestination(Destination::Skip);
+        }
+        break;
+    case Keyword::FootnoteMark:
+        // The automatic number: counted at the reference, repeated in the note itself.
+        if (dest == Destination::Text)
+            ++m_footnoteCount;
+        appendText(QString::number(qMax(m_footnoteCount, 1)));
+        break;
+    case Keyword::HeaderOrFooter:
+    case Keyword::Annotation:
+        setDestination(Destination::LeftOut);
+        group.leftOut = keyword == Keyword::Annotation ? LeftOutKind::Comments : LeftOutKind::HeadersAndFooters;
         break;
     case Keyword::Field:
         m_fieldInstruction.clear();
@@ -1238,8 +1401,17 @@ void Parser::textBytes()
         }
         return;
     }
-    // Plain ASCII text in the document goes in as one chunk.
+    // Plain ASCII text in the document goes in as one chunk, unless it completes a double-byte
+    // character or is written in a symbol font.
     if (dest == Destination::Text && m_unicodeSkipRemaining == 0 && !current().swallowAttachmentCharacter) {
+        if (awaitsTrailByte()) {
+            m_starred = false;
+            appendByte(m_data[m_pos++]);
+            return;
+        }
+    }
+    if (dest == Destination::Text && m_unicodeSkipRemaining == 0 && !current().swallowAttachmentCharacter
+        && codePage() >= 0) {
         const qsizetype start = m_pos;
         const char *const end = m_data + m_size;
         const char *c = m_data + m_pos;
@@ -1286,9 +1458,22 @@ int Parser::codePage()
     const CharState &chars = current().chars;
     const int index = chars.font >= 0 ? chars.font : m_defaultFont;
     const auto found = m_fonts.constFind(index);
-    if (found == m_fonts.constEnd() || found->charset < 0)
+    if (found == m_fonts.constEnd())
+        return m_documentCodePage;
+    if (found->symbol != RTFSymbolFonts::Font::None)
+        return symbolCodePage(found->symbol);
+    if (found->codePage > 0)
+        return found->codePage;
+    if (found->charset < 0)
         return m_documentCodePage;
     return RTFCodePages::codePageForCharset(found->charset, m_documentCodePage);
+}
+
+// True when the bytes read so far end in the first byte of a double-byte character, so the
+// next byte belongs to it whatever it looks like.
+bool Parser::awaitsTrailByte() const
+{
+    return m_pendingCodePage > 0 && RTFCodePages::endsInLeadByte(m_pendingBytes, m_pendingCodePage);
 }
 
 void Parser::appendByte(char byte)
@@ -1355,11 +1540,11 @@ void Parser::appendByte(char byte)
     }
     if (static_cast<unsigned char>(byte) < 0x20 && byte != '\t')
         return;
-    if (static_cast<unsigned char>(byte) < 0x80 && m_pendingBytes.isEmpty()) {
+    const int page = codePage();
+    if (static_cast<unsigned char>(byte) < 0x80 && m_pendingBytes.isEmpty() && page >= 0) {
         appendLatin1(QLatin1String(&byte, 1));
         return;
     }
-    const int page = codePage();
     if (!m_pendingBytes.isEmpty() && page != m_pendingCodePage)
         flushBytes();
     m_pendingCodePage = page;
@@ -1369,7 +1554,9 @@ void Parser::appendByte(char byte)
 QString Parser::decodedFontNameBytes() const
 {
     return RTFCodePages::decode(m_tableFontName,
-                                RTFCodePages::codePageForCharset(m_tableEntry.charset, m_documentCodePage));
+                                m_tableEntry.codePage > 0
+                                    ? m_tableEntry.codePage
+                                    : RTFCodePages::codePageForCharset(m_tableEntry.charset, m_documentCodePage));
 }
 
 void Parser::finishFontEntry()
@@ -1378,6 +1565,7 @@ void Parser::finishFontEntry()
     if (m_tableFont < 0 || name.isEmpty())
         return;
     m_tableEntry.name = name;
+    m_tableEntry.symbol = RTFSymbolFonts::fontForName(name);
     m_fonts.insert(m_tableFont, m_tableEntry);
     tablesChanged();
 }
@@ -1386,7 +1574,9 @@ void Parser::flushBytes()
 {
     if (m_pendingBytes.isEmpty())
         return;
-    QString text = RTFCodePages::decode(m_pendingBytes, m_pendingCodePage);
+    const RTFSymbolFonts::Font symbol = symbolFontOf(m_pendingCodePage);
+    QString text = symbol != RTFSymbolFonts::Font::None ? RTFSymbolFonts::decode(m_pendingBytes, symbol)
+                                                        : RTFCodePages::decode(m_pendingBytes, m_pendingCodePage);
     m_pendingBytes.clear();
     appendText(withoutControlCharacters(text));
 }
@@ -1454,6 +1644,14 @@ void Parser::appendText(const QString &text)
     case Destination::ShapePropertyValue:
         if (m_shapeValue.size() < 256)
             m_shapeValue += text;
+        break;
+    case Destination::Footnote:
+        if (!m_footnotes.isEmpty() && m_footnotes.last().size() < (1 << 20))
+            m_footnotes.last() += text;
+        break;
+    case Destination::LeftOut:
+        if (!text.trimmed().isEmpty())
+            noteLeftOut(current().leftOut);
         break;
     case Destination::FontTable:
         // Font names may hold \uN characters between their code-page bytes.
@@ -1702,9 +1900,16 @@ bool RTFReader::looksLikeRTF(const QByteArray &data)
     qsizetype i = 0;
     if (data.startsWith("\xEF\xBB\xBF"))
         i = 3;
-    while (i < data.size() && (data[i] == ' ' || data[i] == '\t' || data[i] == '\r' || data[i] == '\n'))
-        ++i;
-    return QByteArrayView(data).sliced(i).startsWith("{\\rtf");
+    const auto skipBlanks = [&data](qsizetype at) {
+        while (at < data.size() && (data[at] == ' ' || data[at] == '\t' || data[at] == '\r' || data[at] == '\n'))
+            ++at;
+        return at;
+    };
+    i = skipBlanks(i);
+    if (i >= data.size() || data[i] != '{')
+        return false;
+    // Hand-indented files put a line break and blanks between the brace and the keyword.
+    return QByteArrayView(data).sliced(skipBlanks(i + 1)).startsWith("\\rtf");
 }
 
 bool RTFReader::read(const QByteArray &rtf, QTextDocument *document, OVError *error)

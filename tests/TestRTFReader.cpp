@@ -474,6 +474,164 @@ private slots:
         QVERIFY(document.findBlockByNumber(0).text().startsWith(QStringLiteral("Some text bold and ä€ more")));
     }
 
+    void macintoshScripts_data()
+    {
+        QTest::addColumn<QByteArray>("rtf");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("Japanese font in a Mac Japanese document")
+            << QByteArray("{\\rtf1\\mac\\ansicpg10001{\\fonttbl\\f0\\fnil\\fcharset78 HiraKakuPro-W3;}"
+                          "\\f0 \\'82\\'52\\'83\\'7b\\'83\\'5e\\'83\\'93}")
+            << QString::fromUtf8("３ボタン");
+        QTest::newRow("Roman font in a Mac Japanese document")
+            << QByteArray("{\\rtf1\\mac\\ansicpg10001{\\fonttbl\\f0\\fnil\\fcharset77 LucidaGrande;}"
+                          "\\f0 (Mirai\\'aa)}")
+            << QString::fromUtf8("(Mirai™)");
+        QTest::newRow("document code page alone")
+            << QByteArray("{\\rtf1\\mac\\ansicpg10001 \\'82\\'a0}") << QString::fromUtf8("あ");
+        QTest::newRow("Korean") << QByteArray("{\\rtf1\\mac{\\fonttbl\\f0\\fcharset79 AppleGothic;}\\f0 \\'b0\\'a1}")
+                                << QString::fromUtf8("가");
+        QTest::newRow("simplified Chinese")
+            << QByteArray("{\\rtf1\\mac{\\fonttbl\\f0\\fcharset80 STSong;}\\f0 \\'b0\\'a1}") << QString::fromUtf8("啊");
+        QTest::newRow("traditional Chinese")
+            << QByteArray("{\\rtf1\\mac{\\fonttbl\\f0\\fcharset81 LiSong;}\\f0 \\'a4\\'40}") << QString::fromUtf8("一");
+        QTest::newRow("Hebrew") << QByteArray("{\\rtf1\\mac{\\fonttbl\\f0\\fcharset83 Raanana;}\\f0 \\'f9\\'ec}")
+                                << QString::fromUtf8("של");
+        QTest::newRow("Arabic") << QByteArray("{\\rtf1\\mac{\\fonttbl\\f0\\fcharset84 GeezaPro;}\\f0 \\'c7\\'e4}")
+                                << QString::fromUtf8("\u0627\u0644");
+        QTest::newRow("Greek") << QByteArray("{\\rtf1\\mac{\\fonttbl\\f0\\fcharset85 Helvetica;}\\f0 \\'e1}")
+                               << QString::fromUtf8("α");
+        QTest::newRow("Thai") << QByteArray("{\\rtf1\\mac{\\fonttbl\\f0\\fcharset87 Thonburi;}\\f0 \\'a1}")
+                              << QString::fromUtf8("ก");
+        QTest::newRow("Central European")
+            << QByteArray("{\\rtf1\\mac{\\fonttbl\\f0\\fcharset88 Helvetica;}\\f0 \\'87}") << QString::fromUtf8("á");
+        QTest::newRow("Cyrillic") << QByteArray("{\\rtf1\\mac{\\fonttbl\\f0\\fcharset89 Helvetica;}\\f0 \\'80}")
+                                  << QString::fromUtf8("А");
+        QTest::newRow("code page of the font table")
+            << QByteArray("{\\rtf1\\ansi{\\fonttbl{\\f0\\fcharset0\\cpg1251 Arial;}}\\f0 \\'e4}")
+            << QString::fromUtf8("д");
+    }
+
+    void macintoshScripts()
+    {
+        QFETCH(QByteArray, rtf);
+        QFETCH(QString, expected);
+        QCOMPARE(readText(rtf), expected);
+    }
+
+    void doubleByteCharactersSplitAcrossEscapes_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("escaped lead, plain trail") << QByteArray("\\'82R\\'83\\'5e") << QString::fromUtf8("３タ");
+        QTest::newRow("trail byte is an escaped backslash") << QByteArray("\\'95\\\\x") << QString::fromUtf8("表x");
+        QTest::newRow("trail byte is an escaped brace") << QByteArray("\\'83\\{") << QString::fromUtf8("ボ");
+        QTest::newRow("raw lead and trail bytes") << QByteArray("\x82\xa0\x82\xa2") << QString::fromUtf8("あい");
+        QTest::newRow("a lead byte at a group's end stays apart")
+            << QByteArray("{\\'82}A") << QString::fromUtf8("\ufffdA");
+    }
+
+    void doubleByteCharactersSplitAcrossEscapes()
+    {
+        QFETCH(QByteArray, body);
+        QFETCH(QString, expected);
+        const QString text
+            = readText("{\\rtf1\\ansi\\ansicpg932{\\fonttbl\\f0\\fnil\\fcharset128 MS-Mincho;}\\f0 " + body + "}");
+        QCOMPARE(text, expected);
+    }
+
+    void symbolFontsShowTheirCharacters_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("Greek written as Latin letters")
+            << QByteArray("x \\f1 abg\\f0  y") << QString::fromUtf8("x αβγ y");
+        QTest::newRow("escaped byte") << QByteArray("\\f1\\'b7") << QString::fromUtf8("•");
+        QTest::newRow("private-use character") << QByteArray("\\f1\\u-3913 ?") << QString::fromUtf8("•");
+        QTest::newRow("Unicode in a symbol font") << QByteArray("\\f1\\uc0\\u945 ") << QString::fromUtf8("α");
+        QTest::newRow("Wingdings list bullet") << QByteArray("{\\f2\\'a7}\\tab Item") << QString::fromUtf8("▪\tItem");
+        QTest::newRow("Zapf Dingbats") << QByteArray("\\f3 3") << QString::fromUtf8("✓");
+    }
+
+    void symbolFontsShowTheirCharacters()
+    {
+        QFETCH(QByteArray, body);
+        QFETCH(QString, expected);
+        const QByteArray rtf = "{\\rtf1\\ansi{\\fonttbl\\f0\\fswiss Helvetica;{\\f1\\ftech\\fcharset2 Symbol;}"
+                               "{\\f2\\fnil\\fcharset2 Wingdings;}{\\f3\\fnil ZapfDingbats;}}\\f0 "
+            + body + "}";
+        QCOMPARE(readText(rtf), expected);
+    }
+
+    void footnotesFollowTheText()
+    {
+        QTextDocument document;
+        const QString text = readText(wrap("Claim.{\\super\\chftn}{\\footnote\\pard\\plain{\\super\\chftn} First "
+                                           "source.}\\par Second{\\super\\chftn}{\\*\\footnote{\\super\\chftn} Other "
+                                           "\\i source\\i0 .\\par More.} end.\\par"),
+                                      &document);
+        QCOMPARE(text,
+                 QString::fromUtf8("Claim.1\u2029Second2 end.\u2029\u20291 First source.\u20292 Other source.\u2029"
+                                   "More."));
+    }
+
+    void listMarkersThatTheWriterRendered()
+    {
+        QCOMPARE(readText(wrap("{\\listtext\\tab 1.\\tab}One\\par{\\*\\listtext\\tab 2.\\tab}Two\\par"
+                               "{\\pntext\\f0 3.\\tab}{\\*\\pn\\pnlvlbody\\pndec{\\pntxta .}}Three")),
+                 QStringLiteral("\t1.\tOne\u2029\t2.\tTwo\u20293.\tThree"));
+    }
+
+    void sloppyWritersAreReadToo()
+    {
+        QCOMPARE(readText("{\n    \\rtf1\\ansi\n    {\\fonttbl\\f0\\fswiss Helvetica;}\n    \\f0 Indented}").trimmed(),
+                 QStringLiteral("Indented"));
+        QVERIFY(RTFReader::looksLikeRTF("\r\n{ \r\n\t\\rtf1 x}"));
+        QVERIFY(!RTFReader::looksLikeRTF("{ x \\rtf1}"));
+        // Cell text of a nested table, written inside the table's properties.
+        QCOMPARE(readText(wrap("A\\cell{\\*\\nesttableprops\\trowd\\cellx100 B\\nestcell\\nestrow}"
+                               "{\\nonesttables\\par B}\\row")),
+                 QStringLiteral("A\tB\t\u2029\u2029"));
+        // RTF made from HTML mail: \htmlrtf switches on and off, the text between stays.
+        QCOMPARE(readText(wrap("{\\*\\htmltag84 <b>}\\htmlrtf {\\b \\htmlrtf0 bold\\htmlrtf }\\htmlrtf0  text"
+                               "{\\*\\htmltag84 &reg;}\\htmlrtf \\'ae\\htmlrtf0")),
+                 QString::fromUtf8("bold text®"));
+        // Unknown control words are no text, but their group's text is; known destinations go.
+        QCOMPARE(readText(wrap("a{\\madeupword kept} b{\\xe index entry}{\\tc contents entry}c")),
+                 QStringLiteral("akept bc"));
+    }
+
+    void whatTheNoteLeavesOutIsReported_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QStringList>("leftOut");
+        QTest::newRow("nothing") << QByteArray("Text") << QStringList();
+        QTest::newRow("empty header") << QByteArray("{\\header\\pard\\par}Text") << QStringList();
+        QTest::newRow("header") << QByteArray("{\\header Page head}{\\footerf Foot}Text")
+                                << QStringList {QStringLiteral("page headers and footers")};
+        QTest::newRow("comment") << QByteArray("Text{\\*\\atnid JS}{\\*\\annotation Check this}")
+                                 << QStringList {QStringLiteral("comments")};
+        QTest::newRow("object without result")
+            << QByteArray("Text{\\object\\objemb{\\*\\objclass Excel.Sheet}{\\*\\objdata 0102}}")
+            << QStringList {QStringLiteral("embedded objects it cannot show")};
+        QTest::newRow("object with result")
+            << QByteArray("{\\object{\\*\\objdata 0102}{\\result Shown}}") << QStringList();
+        QTest::newRow("metafile picture") << QByteArray("{\\pict\\wmetafile8 0100090000}")
+                                          << QStringList {QStringLiteral("pictures in a format it cannot keep")};
+        QTest::newRow("metafile fallback of a kept picture")
+            << QByteArray("{\\*\\shppict{\\pict\\pngblip 89504e47}}{\\nonshppict{\\pict\\wmetafile8 0100}}")
+            << QStringList();
+    }
+
+    void whatTheNoteLeavesOutIsReported()
+    {
+        QFETCH(QByteArray, body);
+        QFETCH(QStringList, leftOut);
+        QTextDocument document;
+        RTFReader reader;
+        QVERIFY(reader.read(wrap(body), &document));
+        QCOMPARE(reader.documentAttributes().value(RichText::LeftOutContentAttribute).toStringList(), leftOut);
+    }
+
     // The fixtures, compared with what unrtf reads from them.
 
     void fixturesReadLikeAnIndependentReader_data()

@@ -21,6 +21,12 @@ QString sharedFixturePath(const QString &relativePath)
     return QFileInfo::exists(path) ? QFileInfo(path).absoluteFilePath() : QString();
 }
 
+QString sharedCorpusPath(const QString &relativePath)
+{
+    const QString path = QDir(QString::fromUtf8(KI_SHARED_DIR)).filePath(QStringLiteral("corpus/") + relativePath);
+    return QFileInfo::exists(path) ? QFileInfo(path).absoluteFilePath() : QString();
+}
+
 QString isolatedFolder(const char *variable)
 {
     const QString folder = qEnvironmentVariable(variable);

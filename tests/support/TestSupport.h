@@ -15,6 +15,8 @@ QString testDataPath(const QString &relativePath);
 // Absolute path of a file under the shared fixtures folder, or an empty string when the
 // folder is not there (a user's checkout has no shared folder beside it).
 QString sharedFixturePath(const QString &relativePath);
+// Likewise for a file of the shared corpus of real-world documents.
+QString sharedCorpusPath(const QString &relativePath);
 
 // The folder an environment variable of run-isolated.sh names (XDG_DATA_HOME, TMPDIR). Stops
 // the test when it is unset: the empty path would be the working directory, and tests
@@ -42,3 +44,9 @@ bool startStandin(QProcess &process, const QString &program, const QStringList &
     const QString variable = TestSupport::sharedFixturePath(relativePath);                                             \
     if (variable.isEmpty())                                                                                            \
         QSKIP(qPrintable(QStringLiteral("shared fixture not available: ") + (relativePath)));
+
+// Skips the current test function cleanly when a file of the shared corpus is not available.
+#define KI_REQUIRE_CORPUS_FILE(variable, relativePath)                                                                 \
+    const QString variable = TestSupport::sharedCorpusPath(relativePath);                                              \
+    if (variable.isEmpty())                                                                                            \
+        QSKIP(qPrintable(QStringLiteral("shared corpus file not available: ") + (relativePath)));
