@@ -16,6 +16,10 @@ QString testDataPath(const QString &relativePath);
 // folder is not there (a user's checkout has no shared folder beside it).
 QString sharedFixturePath(const QString &relativePath);
 
+// Absolute path of a file or folder under the shared corpus of real files from other programs
+// (shared/corpus), or an empty string when it is not there.
+QString sharedCorpusPath(const QString &relativePath);
+
 // The folder an environment variable of run-isolated.sh names (XDG_DATA_HOME, TMPDIR). Stops
 // the test when it is unset: the empty path would be the working directory, and tests
 // remove these folders between runs.
@@ -42,3 +46,9 @@ bool startStandin(QProcess &process, const QString &program, const QStringList &
     const QString variable = TestSupport::sharedFixturePath(relativePath);                                             \
     if (variable.isEmpty())                                                                                            \
         QSKIP(qPrintable(QStringLiteral("shared fixture not available: ") + (relativePath)));
+
+// Skips the current test function cleanly when the shared corpus is not available.
+#define KI_REQUIRE_CORPUS(variable, relativePath)                                                                      \
+    const QString variable = TestSupport::sharedCorpusPath(relativePath);                                              \
+    if (variable.isEmpty())                                                                                            \
+        QSKIP(qPrintable(QStringLiteral("shared corpus not available: ") + (relativePath)));
