@@ -15,7 +15,9 @@ QString testDataPath(const QString &relativePath);
 // Absolute path of a file under the shared fixtures folder, or an empty string when the
 // folder is not there (a user's checkout has no shared folder beside it).
 QString sharedFixturePath(const QString &relativePath);
-// Likewise for a file of the shared corpus of real-world documents.
+
+// Absolute path of a file or folder under the shared corpus of real files from other programs
+// (shared/corpus), or an empty string when it is not there.
 QString sharedCorpusPath(const QString &relativePath);
 
 // The folder an environment variable of run-isolated.sh names (XDG_DATA_HOME, TMPDIR). Stops
@@ -45,8 +47,8 @@ bool startStandin(QProcess &process, const QString &program, const QStringList &
     if (variable.isEmpty())                                                                                            \
         QSKIP(qPrintable(QStringLiteral("shared fixture not available: ") + (relativePath)));
 
-// Skips the current test function cleanly when a file of the shared corpus is not available.
-#define KI_REQUIRE_CORPUS_FILE(variable, relativePath)                                                                 \
+// Skips the current test function cleanly when the shared corpus is not available.
+#define KI_REQUIRE_CORPUS(variable, relativePath)                                                                      \
     const QString variable = TestSupport::sharedCorpusPath(relativePath);                                              \
     if (variable.isEmpty())                                                                                            \
-        QSKIP(qPrintable(QStringLiteral("shared corpus file not available: ") + (relativePath)));
+        QSKIP(qPrintable(QStringLiteral("shared corpus not available: ") + (relativePath)));
