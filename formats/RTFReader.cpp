@@ -12,6 +12,7 @@
 #include <QColor>
 #include <QIODevice>
 #include <QList>
+#include <QStringDecoder>
 #include <QTextBlockFormat>
 #include <QTextCharFormat>
 #include <QTextCursor>
@@ -615,6 +616,7 @@ private:
     void finishBlock();
     QString decodedFontNameBytes() const;
     void finishFontEntry();
+    void flushAttachmentName();
     void insertAttachment(const QString &fileName, const QByteArray &contents, const QSizeF &size);
     bool swallowPlaceholder();
 
@@ -685,6 +687,7 @@ private:
 
     QString m_fieldInstruction;
     QString m_attachmentName;
+    QByteArray m_attachmentNameBytes; // file names are written in UTF-8 whatever the code page
     int m_attachmentWidth = 0, m_attachmentHeight = 0;
     QByteArray m_picture;
     int m_pictureNibble = -1;
@@ -826,6 +829,7 @@ void Parser::finishDestination(const Group &closed)
     case Destination::Attachment: {
         if (destination() != Destination::Text)
             break;
+        flushAttachmentName();
         const QString name = m_attachmentName.trimmed();
         QByteArray contents;
         if (!name.isEmpty() && m_loader && m_loader(name, &contents)) {
@@ -1318,6 +1322,7 @@ void Parser::controlWord(std::string_view word, bool hasParameter, int parameter
     case Keyword::NeXTGraphic:
         setDestination(Destination::Attachment);
         m_attachmentName.clear();
+        m_attachmentNameBytes.clear();
         m_attachmentWidth = m_attachmentHeight = 0;
         break;
     case Keyword::Width:
@@ -1530,6 +1535,10 @@ void Parser::appendByte(char byte)
         }
         return;
     }
+    case Destination::Attachment:
+        if (m_attachmentNameBytes.size() < 4096)
+            m_attachmentNameBytes.append(byte);
+        return;
     case Destination::Skip:
     case Destination::Info:
     case Destination::Background:
@@ -1557,6 +1566,20 @@ QString Parser::decodedFontNameBytes() const
                                 m_tableEntry.codePage > 0
                                     ? m_tableEntry.codePage
                                     : RTFCodePages::codePageForCharset(m_tableEntry.charset, m_documentCodePage));
+}
+
+// The Cocoa text system writes an attachment's name as the file system spells it, in UTF-8;
+// bytes that are no UTF-8 are taken in the code page of the text around them.
+void Parser::flushAttachmentName()
+{
+    if (m_attachmentNameBytes.isEmpty())
+        return;
+    QStringDecoder utf8(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
+    QString name = utf8.decode(m_attachmentNameBytes);
+    if (utf8.hasError())
+        name = RTFCodePages::decode(m_attachmentNameBytes, codePage() > 0 ? codePage() : RTFCodePages::WindowsLatin1);
+    m_attachmentName += name;
+    m_attachmentNameBytes.clear();
 }
 
 void Parser::finishFontEntry()
@@ -1630,6 +1653,7 @@ void Parser::appendText(const QString &text)
             m_fieldInstruction += text;
         break;
     case Destination::Attachment:
+        flushAttachmentName();
         if (m_attachmentName.size() < 4096)
             m_attachmentName += text;
         break;
