@@ -1598,8 +1598,19 @@ void Parser::flushBytes()
     if (m_pendingBytes.isEmpty())
         return;
     const RTFSymbolFonts::Font symbol = symbolFontOf(m_pendingCodePage);
-    QString text = symbol != RTFSymbolFonts::Font::None ? RTFSymbolFonts::decode(m_pendingBytes, symbol)
-                                                        : RTFCodePages::decode(m_pendingBytes, m_pendingCodePage);
+    QString text;
+    if (symbol != RTFSymbolFonts::Font::None) {
+        text = RTFSymbolFonts::decode(m_pendingBytes, symbol);
+    } else if (RTFCodePages::endsInLeadByte(m_pendingBytes, m_pendingCodePage)) {
+        // A first byte with no second one is a Western byte under a double-byte font, which
+        // writers are seen to produce (a list's dash as \'96): it is read in a Western page.
+        const int western
+            = RTFCodePages::isMultiByte(m_documentCodePage) ? RTFCodePages::WindowsLatin1 : m_documentCodePage;
+        text = RTFCodePages::decode(m_pendingBytes.chopped(1), m_pendingCodePage)
+            + RTFCodePages::decode(m_pendingBytes.right(1), western);
+    } else {
+        text = RTFCodePages::decode(m_pendingBytes, m_pendingCodePage);
+    }
     m_pendingBytes.clear();
     appendText(withoutControlCharacters(text));
 }

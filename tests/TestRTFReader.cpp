@@ -6,6 +6,7 @@
 #include "formats/RTFReader.h"
 #include "formats/RichTextAttachment.h"
 #include "formats/RichTextAttributes.h"
+#include "formats/RichTextReader.h"
 
 #include <QBuffer>
 #include <QImage>
@@ -526,8 +527,8 @@ private slots:
         QTest::newRow("trail byte is an escaped backslash") << QByteArray("\\'95\\\\x") << QString::fromUtf8("表x");
         QTest::newRow("trail byte is an escaped brace") << QByteArray("\\'83\\{") << QString::fromUtf8("ボ");
         QTest::newRow("raw lead and trail bytes") << QByteArray("\x82\xa0\x82\xa2") << QString::fromUtf8("あい");
-        QTest::newRow("a lead byte at a group's end stays apart")
-            << QByteArray("{\\'82}A") << QString::fromUtf8("\ufffdA");
+        QTest::newRow("a first byte alone is a Western byte")
+            << QByteArray("{\\'96\\tab}A") << QString::fromUtf8("\u2013\tA");
     }
 
     void doubleByteCharactersSplitAcrossEscapes()
@@ -630,6 +631,60 @@ private slots:
         RTFReader reader;
         QVERIFY(reader.read(wrap(body), &document));
         QCOMPARE(reader.documentAttributes().value(RichText::LeftOutContentAttribute).toStringList(), leftOut);
+    }
+
+    // Files of the shared corpus that real writers made, each showing one kind of text that
+    // must arrive.
+
+    void corpusFilesKeepTheirText_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QStringList>("expected");
+        QTest::addColumn<QStringList>("absent");
+        QTest::newRow("Mac OS X 10.4 Japanese")
+            << QStringLiteral("rtf/Cheetah3Djp__Mouse_mirai.rtf")
+            << QStringList {QString::fromUtf8("３ボタンマウス (Mirai™):")} << QStringList {QString::fromUtf8("‚R")};
+        QTest::newRow("Mac OS X Japanese credits")
+            << QStringLiteral("rtf/freecell__Credits.rtf")
+            << QStringList {QString::fromUtf8("テスト協力者"), QString::fromUtf8("フリーセルFAQ")} << QStringList();
+        QTest::newRow("pandoc footnotes")
+            << QStringLiteral("rtf/pandoc__footnote.rtf")
+            << QStringList {QStringLiteral("See Sahlins, Bateson, and Geertz for a complete bibliography.")}
+            << QStringList();
+        QTest::newRow("Word footnote") << QStringLiteral("rtf/tika__testRTFVarious.rtf")
+                                       << QStringList {QStringLiteral("This is a footnote.")} << QStringList();
+        QTest::newRow("Word footnote in a test file")
+            << QStringLiteral("rtf/rtfjs-sample__source.rtf")
+            << QStringList {QStringLiteral("This is the actual content of the footnote.")} << QStringList();
+        QTest::newRow("blanks before rtf1") << QStringLiteral("rtf/rtfparser-rs__RTF-test.rtf")
+                                            << QStringList {QStringLiteral("Je suis un document RTF")}
+                                            << QStringList {QStringLiteral("\\rtf1"), QStringLiteral("fonttbl")};
+        QTest::newRow("nested table") << QStringLiteral("rtf/striprtf__nested_table.rtf")
+                                      << QStringList {QStringLiteral("Calcium-Score"), QStringLiteral("RCA")}
+                                      << QStringList();
+        QTest::newRow("RTF made from HTML mail")
+            << QStringLiteral("rtf/tika__testRTFHyperlink.rtf")
+            << QStringList {QStringLiteral("frequently asked questions"), QString::fromUtf8("Office Outlook® 2003!")}
+            << QStringList();
+        QTest::newRow("dash of a list in a double-byte font")
+            << QStringLiteral("rtf/tika__testRTFListLibreOffice.rtf")
+            << QStringList {QString::fromUtf8("\u2013\tfirst")} << QStringList {QString(QChar(0xFFFD))};
+    }
+
+    void corpusFilesKeepTheirText()
+    {
+        QFETCH(QString, file);
+        QFETCH(QStringList, expected);
+        QFETCH(QStringList, absent);
+        KI_REQUIRE_CORPUS(path, file);
+        QTextDocument document;
+        OVError error;
+        QVERIFY2(RichTextReader::readFile(path, &document, nullptr, &error), qPrintable(error.localizedDescription));
+        const QString text = document.toPlainText();
+        for (const QString &part : std::as_const(expected))
+            QVERIFY2(text.contains(part), qPrintable(part));
+        for (const QString &part : std::as_const(absent))
+            QVERIFY2(!text.contains(part), qPrintable(part));
     }
 
     // The fixtures, compared with what unrtf reads from them.
