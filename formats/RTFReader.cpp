@@ -5,6 +5,7 @@
 #include "formats/RTFReader.h"
 
 #include "formats/RTFCodePages.h"
+#include "formats/RTFListTable.h"
 #include "formats/RTFSymbolFonts.h"
 #include "formats/RichTextAttachment.h"
 #include "formats/RichTextAttributes.h"
@@ -48,6 +49,8 @@ enum class Destination : quint8 {
     ShapePropertyValue,
     Footnote,
     LeftOut, // text the note cannot show, such as page headers: its kind goes to the report
+    ListTable,
+    LevelText,
 };
 
 enum class Underline : quint8 { None, Single, Dotted, Dashed, Wave };
@@ -107,6 +110,8 @@ struct ParaState
     int lineSpacing = 0;
     bool lineMultiple = false;
     bool rightToLeft = false;
+    int list = 0; // \ls: the list override the paragraph belongs to
+    int listLevel = 0;
     QTextOption::TabType pendingTabType = QTextOption::LeftTab;
     QList<QTextOption::Tab> tabs;
 
@@ -233,6 +238,18 @@ enum class Keyword {
     HeaderOrFooter,
     Annotation,
     ListText,
+    ListTable,
+    List,
+    ListId,
+    ListLevel,
+    LevelFormat,
+    LevelStart,
+    LevelText,
+    ListOverrideTable,
+    ListOverride,
+    ListOverrideNumber,
+    ListLevelNumber,
+    CocoaWriter,
     SkippedDestination,
 };
 
@@ -374,8 +391,6 @@ const std::unordered_map<std::string_view, Keyword> &keywords()
         {"stylesheet", Keyword::SkippedDestination},
         {"objdata", Keyword::SkippedDestination},
         {"nonshppict", Keyword::SkippedDestination},
-        {"listtable", Keyword::SkippedDestination},
-        {"listoverridetable", Keyword::SkippedDestination},
         {"rsidtbl", Keyword::SkippedDestination},
         {"revtbl", Keyword::SkippedDestination},
         {"xmlnstbl", Keyword::SkippedDestination},
@@ -398,6 +413,21 @@ const std::unordered_map<std::string_view, Keyword> &keywords()
         // lists), index and contents entries, footnote separators, alternative font names.
         {"nonesttables", Keyword::SkippedDestination},
         {"listtext", Keyword::ListText},
+        {"listtable", Keyword::ListTable},
+        {"list", Keyword::List},
+        {"listid", Keyword::ListId},
+        {"listlevel", Keyword::ListLevel},
+        {"levelnfc", Keyword::LevelFormat},
+        {"levelnfcn", Keyword::LevelFormat},
+        {"levelstartat", Keyword::LevelStart},
+        {"leveltext", Keyword::LevelText},
+        {"levelnumbers", Keyword::SkippedDestination},
+        {"listname", Keyword::SkippedDestination},
+        {"listoverridetable", Keyword::ListOverrideTable},
+        {"listoverride", Keyword::ListOverride},
+        {"ls", Keyword::ListOverrideNumber},
+        {"ilvl", Keyword::ListLevelNumber},
+        {"cocoartf", Keyword::CocoaWriter},
         {"pntext", Keyword::ListText},
         {"xe", Keyword::SkippedDestination},
         {"tc", Keyword::SkippedDestination},
@@ -450,6 +480,8 @@ bool isKnownStarredDestination(Keyword keyword)
     case Keyword::ListText:
     case Keyword::HeaderOrFooter:
     case Keyword::Annotation:
+    case Keyword::ListTable:
+    case Keyword::ListOverrideTable:
         return true;
     default:
         return false;
@@ -624,6 +656,7 @@ private:
     bool awaitsTrailByte() const;
     void noteLeftOut(LeftOutKind kind) { m_leftOut[size_t(kind)] = true; }
     void appendFootnotes();
+    void startParagraphText();
     const QTextCharFormat &charFormat(const CharState &state);
     QTextCharFormat makeCharFormat(const CharState &state) const;
     void tablesChanged() { m_formatCache.clear(); }
@@ -703,6 +736,14 @@ private:
     QStringList m_footnotes;
     bool m_objectHasResult = false;
     std::array<bool, size_t(LeftOutKind::Count)> m_leftOut {};
+
+    // Lists: paragraphs whose writer rendered no marker get the one the list table defines,
+    // except in Cocoa's RTF, where a list paragraph without \listtext shows none.
+    RTFListTable m_listTable;
+    QString m_levelText;
+    bool m_cocoaWriter = false;
+    bool m_paragraphHasText = false;
+    bool m_paragraphHasMarker = false;
 
     QVariantMap m_attributes;
 };
@@ -860,6 +901,9 @@ void Parser::finishDestination(const Group &closed)
         break;
     case Destination::Background:
         m_inBackground = false;
+        break;
+    case Destination::LevelText:
+        m_listTable.setLevelText(m_levelText);
         break;
     default:
         break;
@@ -1057,6 +1101,10 @@ void Parser::controlWord(std::string_view word, bool hasParameter, int parameter
             m_tableEntry = FontEntry();
             m_tableFontName.clear();
             m_tableFontText.clear();
+        } else if (dest == Destination::ListTable) {
+            const auto font = m_fonts.constFind(parameter);
+            if (font != m_fonts.constEnd())
+                m_listTable.setLevelSymbolFont(int(font->symbol));
         } else {
             chars.font = parameter;
         }
@@ -1277,6 +1325,56 @@ void Parser::controlWord(std::string_view word, bool hasParameter, int parameter
     case Keyword::ShapePicture:
     case Keyword::NestedTableProperties: // writers put cell text here too: it stays text
     case Keyword::ListText:
+        m_paragraphHasMarker = true;
+        break;
+    case Keyword::ListTable:
+    case Keyword::ListOverrideTable:
+        setDestination(Destination::ListTable);
+        break;
+    case Keyword::List:
+        if (dest == Destination::ListTable)
+            m_listTable.beginList();
+        break;
+    case Keyword::ListId:
+        if (dest == Destination::ListTable) {
+            m_listTable.setListId(parameter);
+            m_listTable.setOverrideListId(parameter);
+        }
+        break;
+    case Keyword::ListLevel:
+        if (dest == Destination::ListTable)
+            m_listTable.beginLevel();
+        break;
+    case Keyword::LevelFormat:
+        if (dest == Destination::ListTable)
+            m_listTable.setLevelFormat(parameter);
+        break;
+    case Keyword::LevelStart:
+        if (dest == Destination::ListTable)
+            m_listTable.setLevelStart(parameter);
+        break;
+    case Keyword::LevelText:
+        if (dest == Destination::ListTable) {
+            setDestination(Destination::LevelText);
+            m_levelText.clear();
+        }
+        break;
+    case Keyword::ListOverride:
+        if (dest == Destination::ListTable)
+            m_listTable.beginOverride();
+        break;
+    case Keyword::ListOverrideNumber:
+        if (dest == Destination::ListTable) {
+            m_listTable.setOverrideNumber(parameter);
+        } else {
+            para.list = parameter;
+        }
+        break;
+    case Keyword::ListLevelNumber:
+        para.listLevel = parameter;
+        break;
+    case Keyword::CocoaWriter:
+        m_cocoaWriter = true;
         break;
     case Keyword::ObjectResult:
         m_objectHasResult = true;
@@ -1535,6 +1633,15 @@ void Parser::appendByte(char byte)
         }
         return;
     }
+    case Destination::LevelText:
+        // The length and the number placeholders are control characters, which text drops.
+        if (static_cast<unsigned char>(byte) < 0x20) {
+            flushBytes();
+            if (m_levelText.size() < 256)
+                m_levelText += QChar(char16_t(byte));
+            return;
+        }
+        break;
     case Destination::Attachment:
         if (m_attachmentNameBytes.size() < 4096)
             m_attachmentNameBytes.append(byte);
@@ -1647,6 +1754,8 @@ void Parser::appendLatin1(QLatin1String text)
         appendText(QString(text));
         return;
     }
+    if (!m_paragraphHasText)
+        startParagraphText();
     prepareRun();
     m_pendingText += text;
 }
@@ -1655,6 +1764,8 @@ void Parser::appendText(const QString &text)
 {
     switch (destination()) {
     case Destination::Text:
+        if (!m_paragraphHasText)
+            startParagraphText();
         prepareRun();
         m_pendingText += text;
         m_pendingBreaksBlocks = m_pendingBreaksBlocks || breaksBlocks(text);
@@ -1687,6 +1798,10 @@ void Parser::appendText(const QString &text)
     case Destination::LeftOut:
         if (!text.trimmed().isEmpty())
             noteLeftOut(current().leftOut);
+        break;
+    case Destination::LevelText:
+        if (m_levelText.size() < 256)
+            m_levelText += text;
         break;
     case Destination::FontTable:
         // Font names may hold \uN characters between their code-page bytes.
@@ -1763,8 +1878,24 @@ void Parser::insertPendingText(bool endsParagraph)
     m_runs.clear();
 }
 
+// The first text of a paragraph: a list paragraph whose writer rendered no marker begins with
+// the one its list defines.
+void Parser::startParagraphText()
+{
+    m_paragraphHasText = true;
+    const ParaState &para = current().para;
+    if (m_cocoaWriter || m_paragraphHasMarker || para.list <= 0 || m_listTable.isEmpty())
+        return;
+    m_paragraphHasMarker = true;
+    const QString marker = m_listTable.nextMarker(para.list, para.listLevel);
+    if (!marker.isEmpty())
+        appendText(marker + QLatin1Char('\t'));
+}
+
 void Parser::endParagraph()
 {
+    m_paragraphHasText = false;
+    m_paragraphHasMarker = false;
     flushBytes();
     // This paragraph's formats go to the block the cursor is in when it ends. Text holding
     // paragraph breaks of its own moves the cursor to a new block, so it goes in first.

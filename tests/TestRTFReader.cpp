@@ -582,6 +582,37 @@ private slots:
                  QStringLiteral("\t1.\tOne\u2029\t2.\tTwo\u20293.\tThree"));
     }
 
+    void listMarkersThatTheListTableDefines()
+    {
+        const QByteArray table
+            = "{\\rtf1\\ansi{\\fonttbl{\\f0 Times;}{\\f1\\fcharset2 Symbol;}}"
+              "{\\*\\listtable{\\list\\listtemplateid1{\\listlevel\\levelnfc0\\levelstartat1{\\leveltext\\'02\\'00.;}"
+              "{\\levelnumbers\\'01;}}{\\listlevel\\levelnfc4\\levelstartat1{\\leveltext\\'04\\'00.\\'01);}"
+              "{\\levelnumbers\\'01\\'03;}}\\listid7}"
+              "{\\list{\\listlevel\\levelnfc23{\\leveltext\\'01\\u-3913 ?;}\\f1}\\listid8}"
+              "{\\list{\\listlevel\\levelnfc2\\levelstartat3{\\leveltext\\'02\\'00.;}}\\listid9}}"
+              "{\\*\\listoverridetable{\\listoverride\\listid7\\listoverridecount0\\ls1}"
+              "{\\listoverride\\listid8\\listoverridecount0\\ls2}{\\listoverride\\listid9\\ls3}}\n";
+        QCOMPARE(
+            readText(table
+                     + "\\pard\\ls1 One\\par\\pard\\ls1\\ilvl1 Sub\\par\\pard\\ls1\\ilvl1 Sub\\par\\pard\\ls1 Two\\par"
+                       "\\pard\\ls1\\ilvl1 Sub\\par\\pard\\ls2 Dot\\par\\pard\\ls3 Roman\\par\\pard Plain}"),
+            QString::fromUtf8("1.\tOne\u2029"
+                              "1.a)\tSub\u2029"
+                              "1.b)\tSub\u2029"
+                              "2.\tTwo\u2029"
+                              "2.a)\tSub\u2029"
+                              "•\tDot\u2029"
+                              "iii.\tRoman\u2029"
+                              "Plain"));
+        // A marker the writer rendered wins; Cocoa's lists show only what \listtext renders.
+        QCOMPARE(readText(table + "\\pard\\ls1{\\listtext 9.\\tab}Nine\\par\\pard\\ls1 Next}"),
+                 QString::fromUtf8("9.\tNine\u20291.\tNext"));
+        QByteArray cocoa = table;
+        cocoa.replace("\\rtf1\\ansi", "\\rtf1\\ansi\\cocoartf2761");
+        QCOMPARE(readText(cocoa + "\\pard\\ls1 Continued}"), QStringLiteral("Continued"));
+    }
+
     void sloppyWritersAreReadToo()
     {
         QCOMPARE(readText("{\n    \\rtf1\\ansi\n    {\\fonttbl\\f0\\fswiss Helvetica;}\n    \\f0 Indented}").trimmed(),
