@@ -66,7 +66,6 @@ LIBREOFFICE_MISREADS = {
     'rtf/TeXShop__about215 - 218.rtf': LISTTEXT_MARKERS,
     'rtf/skim__ReleaseNotes.rtf': LISTTEXT_MARKERS,
     'rtf/skim-SkimNotes__ReleaseNotes.rtf': LISTTEXT_MARKERS,
-    'rtf/pandoc__list_multiparagraph.rtf': LISTTEXT_MARKERS,
     'rtfd/psmtabbar__ReadMe.rtfd': LISTTEXT_MARKERS,
     # \bin data (a pandoc image whose \bin has no length, a ten-byte \bin picture): LibreOffice
     # does not load these files at all, so there is nothing to compare with.
