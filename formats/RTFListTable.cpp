@@ -59,14 +59,22 @@ QString formatted(int number, int format)
 
 void RTFListTable::beginList()
 {
+    m_inOverride = false;
     if (m_lists.size() < 10000)
         m_lists.append(List());
 }
 
 void RTFListTable::setListId(int id)
 {
-    if (!m_lists.isEmpty())
+    if (m_inOverride) {
+        if (!m_overrides.isEmpty()) {
+            m_overrides.last().listId = id;
+            m_overrideLists.insert(m_overrides.last().number, id);
+        }
+    } else if (!m_lists.isEmpty()) {
         m_lists.last().id = id;
+        m_listIndex.insert(id, m_lists.size() - 1);
+    }
 }
 
 void RTFListTable::beginLevel()
@@ -106,38 +114,33 @@ void RTFListTable::setLevelSymbolFont(int font)
 
 void RTFListTable::beginOverride()
 {
+    m_inOverride = true;
     if (m_overrides.size() < 10000)
         m_overrides.append(Override());
 }
 
-void RTFListTable::setOverrideListId(int id)
-{
-    if (!m_overrides.isEmpty())
-        m_overrides.last().listId = id;
-}
-
 void RTFListTable::setOverrideNumber(int number)
 {
-    if (!m_overrides.isEmpty())
+    if (!m_overrides.isEmpty()) {
         m_overrides.last().number = number;
+        m_overrideLists.insert(number, m_overrides.last().listId);
+    }
 }
 
-RTFListTable::List *RTFListTable::listWithId(int id)
+const RTFListTable::List *RTFListTable::listOfOverride(int number)
 {
-    for (List &list : m_lists)
-        if (list.id == id)
-            return &list;
-    return nullptr;
+    const auto listId = m_overrideLists.constFind(number);
+    if (listId == m_overrideLists.constEnd())
+        return nullptr;
+    const auto index = m_listIndex.constFind(listId.value());
+    return index == m_listIndex.constEnd() ? nullptr : &m_lists[index.value()];
 }
 
 QString RTFListTable::nextMarker(int number, int level)
 {
     if (level < 0 || level >= maxLevels)
         return {};
-    const List *list = nullptr;
-    for (const Override &entry : std::as_const(m_overrides))
-        if (entry.number == number)
-            list = listWithId(entry.listId);
+    const List *list = listOfOverride(number);
     if (!list || level >= list->levels.size())
         return {};
     QList<int> &counters = m_counters[number];

@@ -12,14 +12,13 @@ class RTFListTable
 public:
     // Building the table while reading \listtable and \listoverridetable.
     void beginList();
-    void setListId(int id);
+    void setListId(int id); // of the list or the override begun last
     void beginLevel();
     void setLevelFormat(int format); // \levelnfc
     void setLevelStart(int start); // \levelstartat
     void setLevelText(const QString &text); // \leveltext as read: a length, then characters
     void setLevelSymbolFont(int font); // RTFSymbolFonts::Font of the level's \f, 0 for none
     void beginOverride();
-    void setOverrideListId(int id);
     void setOverrideNumber(int number);
 
     bool isEmpty() const { return m_lists.isEmpty(); }
@@ -47,9 +46,14 @@ private:
         int number = 0;
     };
 
-    List *listWithId(int id);
+    // Looked up once per list paragraph, so by hash: a damaged file may hold thousands.
+    const List *listOfOverride(int number);
 
     QList<List> m_lists;
     QList<Override> m_overrides;
+    bool m_inOverride = false;
+    // Later entries win, as they would read over earlier ones.
+    QHash<int, qsizetype> m_listIndex; // by list id
+    QHash<int, int> m_overrideLists; // list id by override number
     QHash<int, QList<int>> m_counters; // by override number, one per level
 };

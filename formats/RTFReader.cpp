@@ -1336,10 +1336,8 @@ void Parser::controlWord(std::string_view word, bool hasParameter, int parameter
             m_listTable.beginList();
         break;
     case Keyword::ListId:
-        if (dest == Destination::ListTable) {
+        if (dest == Destination::ListTable)
             m_listTable.setListId(parameter);
-            m_listTable.setOverrideListId(parameter);
-        }
         break;
     case Keyword::ListLevel:
         if (dest == Destination::ListTable)
@@ -1386,7 +1384,9 @@ void Parser::controlWord(std::string_view word, bool hasParameter, int parameter
     case Keyword::Footnote:
         if (dest == Destination::Text) {
             setDestination(Destination::Footnote);
-            m_footnotes.append(QString());
+            // Damaged files may hold millions; beyond a bound their text joins the last note.
+            if (m_footnotes.size() < 65536)
+                m_footnotes.append(QString());
         } else {
             setDestination(Destination::Skip);
         }
