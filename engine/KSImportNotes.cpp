@@ -6,6 +6,7 @@
 #include "formats/NVItemType.h"
 #include "formats/NVOriginalFileNote.h"
 #include "formats/RTFDPackage.h"
+#include "formats/RichTextAttributes.h"
 #include "formats/RichTextReader.h"
 #include "foundation/OVFileNameFitting.h"
 #include "foundation/OVFileNameStrings.h"
@@ -49,6 +50,11 @@ bool KSImportOperation::importDatabaseItemsAsNotes(const QList<KastrelDatabaseIt
         OVPerformOnMainThreadAndWait(
             [this, &request, &conversion] { convertFileToNoteOnMainThread(request, &conversion); });
 
+        // The note arrived; what its text held that a note cannot show is written down, so
+        // that nothing leaves without a trace.
+        if (!conversion.leftOut.isEmpty())
+            writeLog(OVStringWithFormat(QStringLiteral("Note with identifier %@ (\"%@\") leaves out: %@"),
+                                        {identifier, name, conversion.leftOut.join(QStringLiteral(", "))}));
         switch (conversion.outcome) {
         case NoteConversion::Outcome::Converted:
             break;
@@ -89,7 +95,8 @@ void KSImportOperation::convertFileToNoteOnMainThread(const QVariantMap &request
     QTextDocument document;
     OVError error;
     bool written = false;
-    if (!RichTextReader::readFile(originalPath, &document, nullptr, &error)) {
+    QVariantMap attributes;
+    if (!RichTextReader::readFile(originalPath, &document, &attributes, &error)) {
         qCWarning(lcEngine).noquote() << OVStringWithFormat(QStringLiteral("Cannot write note: %@"),
                                                             {error.wholeDescriptionInEnglish()});
         // Text that cannot be read is still the person's data: the note holds the file itself.
@@ -103,6 +110,7 @@ void KSImportOperation::convertFileToNoteOnMainThread(const QVariantMap &request
                                             {QVariant::fromValue(readFailure)});
         }
     } else {
+        result.leftOut = attributes.value(RichText::LeftOutContentAttribute).toStringList();
         written = RTFDPackage::writeDocument(&document, notePath, {}, &error);
         if (!written)
             qCWarning(lcEngine).noquote()

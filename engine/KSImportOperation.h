@@ -180,6 +180,7 @@ private:
     {
         enum class Outcome { Converted, OriginalFileAttached, NotWritten } outcome = Outcome::Converted;
         OVText reason;
+        QStringList leftOut; // what the text held that the note cannot show (headers, comments...)
     };
     // Writes the note package of a staged file: "originalPath" is read, "notePath" written.
     // Runs on the main thread. A failure leaves a line on the console; a staged file that is

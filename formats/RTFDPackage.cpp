@@ -86,7 +86,12 @@ bool RTFDPackage::toDocument(QTextDocument *document, QVariantMap *documentAttri
     // Only members of the package are handed out: a name with a folder part ("../x") is no
     // member, whatever it resolves to on disk.
     reader.setAttachmentLoader([this](const QString &name, QByteArray *contents) {
-        const auto found = m_files.constFind(name);
+        auto found = m_files.constFind(name);
+        // The text may spell an accented name decomposed where the file system composed it.
+        if (found == m_files.constEnd())
+            found = m_files.constFind(name.normalized(QString::NormalizationForm_C));
+        if (found == m_files.constEnd())
+            found = m_files.constFind(name.normalized(QString::NormalizationForm_D));
         if (found == m_files.constEnd() || name == textFileName)
             return false;
         *contents = found.value();

@@ -5,12 +5,15 @@
 #include "formats/RTFReader.h"
 
 #include "formats/RTFCodePages.h"
+#include "formats/RTFListTable.h"
+#include "formats/RTFSymbolFonts.h"
 #include "formats/RichTextAttachment.h"
 #include "formats/RichTextAttributes.h"
 
 #include <QColor>
 #include <QIODevice>
 #include <QList>
+#include <QStringDecoder>
 #include <QTextBlockFormat>
 #include <QTextCharFormat>
 #include <QTextCursor>
@@ -44,9 +47,33 @@ enum class Destination : quint8 {
     ShapeProperty,
     ShapePropertyName,
     ShapePropertyValue,
+    Footnote,
+    LeftOut, // text the note cannot show, such as page headers: its kind goes to the report
+    ListTable,
+    LevelText,
 };
 
 enum class Underline : quint8 { None, Single, Dotted, Dashed, Wave };
+
+// What the note leaves out, in the words the run's log uses for it.
+enum class LeftOutKind : quint8 { HeadersAndFooters, Comments, Objects, Pictures, Count };
+
+QString leftOutDescription(LeftOutKind kind)
+{
+    switch (kind) {
+    case LeftOutKind::HeadersAndFooters:
+        return QStringLiteral("page headers and footers");
+    case LeftOutKind::Comments:
+        return QStringLiteral("comments");
+    case LeftOutKind::Objects:
+        return QStringLiteral("embedded objects it cannot show");
+    case LeftOutKind::Pictures:
+        return QStringLiteral("pictures in a format it cannot keep");
+    case LeftOutKind::Count:
+        break;
+    }
+    return {};
+}
 enum class Script : quint8 { None, Super, Sub };
 
 struct CharState
@@ -83,6 +110,8 @@ struct ParaState
     int lineSpacing = 0;
     bool lineMultiple = false;
     bool rightToLeft = false;
+    int list = 0; // \ls: the list override the paragraph belongs to
+    int listLevel = 0;
     QTextOption::TabType pendingTabType = QTextOption::LeftTab;
     QList<QTextOption::Tab> tabs;
 
@@ -104,6 +133,8 @@ struct Group
     bool swallowAttachmentCharacter = false;
     int unicodeSkip = 1;
     int infoField = -1;
+    LeftOutKind leftOut = LeftOutKind::HeadersAndFooters;
+    bool object = false; // an embedded object's group, which shows only through its result
 };
 
 enum class Keyword {
@@ -199,6 +230,26 @@ enum class Keyword {
     ShapePropertyName,
     ShapePropertyValue,
     ObjectResult,
+    Object,
+    FontCodePage,
+    Footnote,
+    FootnoteMark,
+    NestedTableProperties,
+    HeaderOrFooter,
+    Annotation,
+    ListText,
+    ListTable,
+    List,
+    ListId,
+    ListLevel,
+    LevelFormat,
+    LevelStart,
+    LevelText,
+    ListOverrideTable,
+    ListOverride,
+    ListOverrideNumber,
+    ListLevelNumber,
+    CocoaWriter,
     SkippedDestination,
 };
 
@@ -322,22 +373,24 @@ const std::unordered_map<std::string_view, Keyword> &keywords()
         {"sn", Keyword::ShapePropertyName},
         {"sv", Keyword::ShapePropertyValue},
         {"result", Keyword::ObjectResult},
+        {"object", Keyword::Object},
+        {"cpg", Keyword::FontCodePage},
+        {"footnote", Keyword::Footnote},
+        {"chftn", Keyword::FootnoteMark},
+        {"nesttableprops", Keyword::NestedTableProperties},
+        {"header", Keyword::HeaderOrFooter},
+        {"headerl", Keyword::HeaderOrFooter},
+        {"headerr", Keyword::HeaderOrFooter},
+        {"headerf", Keyword::HeaderOrFooter},
+        {"footer", Keyword::HeaderOrFooter},
+        {"footerl", Keyword::HeaderOrFooter},
+        {"footerr", Keyword::HeaderOrFooter},
+        {"footerf", Keyword::HeaderOrFooter},
+        {"annotation", Keyword::Annotation},
         // Destinations whose content is not part of the text, marked or not with \*.
         {"stylesheet", Keyword::SkippedDestination},
-        {"header", Keyword::SkippedDestination},
-        {"headerl", Keyword::SkippedDestination},
-        {"headerr", Keyword::SkippedDestination},
-        {"headerf", Keyword::SkippedDestination},
-        {"footer", Keyword::SkippedDestination},
-        {"footerl", Keyword::SkippedDestination},
-        {"footerr", Keyword::SkippedDestination},
-        {"footerf", Keyword::SkippedDestination},
-        {"footnote", Keyword::SkippedDestination},
-        {"annotation", Keyword::SkippedDestination},
         {"objdata", Keyword::SkippedDestination},
         {"nonshppict", Keyword::SkippedDestination},
-        {"listtable", Keyword::SkippedDestination},
-        {"listoverridetable", Keyword::SkippedDestination},
         {"rsidtbl", Keyword::SkippedDestination},
         {"revtbl", Keyword::SkippedDestination},
         {"xmlnstbl", Keyword::SkippedDestination},
@@ -356,7 +409,47 @@ const std::unordered_map<std::string_view, Keyword> &keywords()
         {"pn", Keyword::SkippedDestination},
         {"bkmkstart", Keyword::SkippedDestination},
         {"bkmkend", Keyword::SkippedDestination},
-        {"shpinst", Keyword::ShapeInstance},
+        // Text that stands in for what this reader shows itself (nested tables, the numbers of
+        // lists), index and contents entries, footnote separators, alternative font names.
+        {"nonesttables", Keyword::SkippedDestination},
+        {"listtext", Keyword::ListText},
+        {"listtable", Keyword::ListTable},
+        {"list", Keyword::List},
+        {"listid", Keyword::ListId},
+        {"listlevel", Keyword::ListLevel},
+        {"levelnfc", Keyword::LevelFormat},
+        {"levelnfcn", Keyword::LevelFormat},
+        {"levelstartat", Keyword::LevelStart},
+        {"leveltext", Keyword::LevelText},
+        {"levelnumbers", Keyword::SkippedDestination},
+        {"listname", Keyword::SkippedDestination},
+        {"listoverridetable", Keyword::ListOverrideTable},
+        {"listoverride", Keyword::ListOverride},
+        {"ls", Keyword::ListOverrideNumber},
+        {"ilvl", Keyword::ListLevelNumber},
+        {"cocoartf", Keyword::CocoaWriter},
+        {"pntext", Keyword::ListText},
+        {"xe", Keyword::SkippedDestination},
+        {"tc", Keyword::SkippedDestination},
+        {"tcn", Keyword::SkippedDestination},
+        {"ftnsep", Keyword::SkippedDestination},
+        {"ftnsepc", Keyword::SkippedDestination},
+        {"ftncn", Keyword::SkippedDestination},
+        {"aftnsep", Keyword::SkippedDestination},
+        {"aftnsepc", Keyword::SkippedDestination},
+        {"aftncn", Keyword::SkippedDestination},
+        {"falt", Keyword::SkippedDestination},
+        {"atnid", Keyword::SkippedDestination},
+        {"atnauthor", Keyword::SkippedDestination},
+        {"atndate", Keyword::SkippedDestination},
+        {"atnref", Keyword::SkippedDestination},
+        {"atrfstart", Keyword::SkippedDestination},
+        {"atrfend", Keyword::SkippedDestination},
+        {"docvar", Keyword::SkippedDestination},
+        {"userprops", Keyword::SkippedDestination},
+        {"protusertbl", Keyword::SkippedDestination},
+        {"listpicture", Keyword::SkippedDestination},
+        {"mmathPr", Keyword::SkippedDestination},
     };
     return table;
 }
@@ -381,6 +474,14 @@ bool isKnownStarredDestination(Keyword keyword)
     case Keyword::FieldInstruction:
     case Keyword::DocumentBackground:
     case Keyword::ShapeInstance:
+    case Keyword::Footnote:
+    case Keyword::NestedTableProperties:
+    case Keyword::ObjectResult:
+    case Keyword::ListText:
+    case Keyword::HeaderOrFooter:
+    case Keyword::Annotation:
+    case Keyword::ListTable:
+    case Keyword::ListOverrideTable:
         return true;
     default:
         return false;
@@ -492,8 +593,22 @@ struct FontEntry
 {
     QString name;
     int charset = -1;
+    int codePage = 0; // \cpg, which wins over the charset
+    RTFSymbolFonts::Font symbol = RTFSymbolFonts::Font::None;
     QFont::StyleHint styleHint = QFont::AnyStyle;
 };
+
+// Text in a symbol font is decoded by the font, not by a code page: such fonts stand in the
+// code-page field as negative numbers.
+int symbolCodePage(RTFSymbolFonts::Font font)
+{
+    return -int(font);
+}
+
+RTFSymbolFonts::Font symbolFontOf(int codePage)
+{
+    return codePage < 0 ? RTFSymbolFonts::Font(-codePage) : RTFSymbolFonts::Font::None;
+}
 
 class Parser
 {
@@ -533,10 +648,15 @@ private:
     void finishBlock();
     QString decodedFontNameBytes() const;
     void finishFontEntry();
+    void flushAttachmentName();
     void insertAttachment(const QString &fileName, const QByteArray &contents, const QSizeF &size);
     bool swallowPlaceholder();
 
     int codePage();
+    bool awaitsTrailByte() const;
+    void noteLeftOut(LeftOutKind kind) { m_leftOut[size_t(kind)] = true; }
+    void appendFootnotes();
+    void startParagraphText();
     const QTextCharFormat &charFormat(const CharState &state);
     QTextCharFormat makeCharFormat(const CharState &state) const;
     void tablesChanged() { m_formatCache.clear(); }
@@ -600,6 +720,7 @@ private:
 
     QString m_fieldInstruction;
     QString m_attachmentName;
+    QByteArray m_attachmentNameBytes; // file names are written in UTF-8 whatever the code page
     int m_attachmentWidth = 0, m_attachmentHeight = 0;
     QByteArray m_picture;
     int m_pictureNibble = -1;
@@ -609,6 +730,20 @@ private:
     QString m_infoText;
     bool m_inBackground = false;
     QString m_shapeName, m_shapeValue;
+
+    // Footnotes and endnotes: their text, collected while reading, goes after the note's text.
+    int m_footnoteCount = 0;
+    QStringList m_footnotes;
+    bool m_objectHasResult = false;
+    std::array<bool, size_t(LeftOutKind::Count)> m_leftOut {};
+
+    // Lists: paragraphs whose writer rendered no marker get the one the list table defines,
+    // except in Cocoa's RTF, where a list paragraph without \listtext shows none.
+    RTFListTable m_listTable;
+    QString m_levelText;
+    bool m_cocoaWriter = false;
+    bool m_paragraphHasText = false;
+    bool m_paragraphHasMarker = false;
 
     QVariantMap m_attributes;
 };
@@ -635,8 +770,30 @@ void Parser::run()
     insertPendingText(false);
     if (!m_stack.empty())
         finishBlock();
+    appendFootnotes();
     m_cursor.endEditBlock();
     m_attributes.insert(RichText::DocumentTypeAttribute, RichText::RTFDocumentType);
+    QStringList leftOut;
+    for (size_t kind = 0; kind < m_leftOut.size(); ++kind)
+        if (m_leftOut[kind])
+            leftOut.append(leftOutDescription(LeftOutKind(kind)));
+    if (!leftOut.isEmpty())
+        m_attributes.insert(RichText::LeftOutContentAttribute, leftOut);
+}
+
+// The notes follow the text, each a paragraph of its own that begins with its mark, as they
+// would stand at the end of a printed page.
+void Parser::appendFootnotes()
+{
+    if (m_footnotes.isEmpty())
+        return;
+    const QTextCharFormat format = charFormat(CharState());
+    for (const QString &note : std::as_const(m_footnotes)) {
+        m_cursor.insertBlock(QTextBlockFormat(), format);
+        m_cursor.insertText(note.trimmed(), format);
+    }
+    m_blockPara.reset();
+    m_blockMark.reset();
 }
 
 void Parser::openGroup()
@@ -655,6 +812,7 @@ void Parser::openGroup()
     Group group = m_stack.back();
     group.startsDestination = false;
     group.swallowAttachmentCharacter = false;
+    group.object = false;
     m_stack.push_back(std::move(group));
 }
 
@@ -676,6 +834,8 @@ bool Parser::closeGroup()
     m_stack.pop_back();
     if (closed.startsDestination)
         finishDestination(closed);
+    if (closed.object && !m_objectHasResult && closed.destination == Destination::Text)
+        noteLeftOut(LeftOutKind::Objects);
     return true;
 }
 
@@ -701,6 +861,8 @@ void Parser::finishDestination(const Group &closed)
                 size = QSizeF(m_pictureWidthGoal / 20.0 * m_pictureScaleX / 100.0,
                               m_pictureHeightGoal / 20.0 * m_pictureScaleY / 100.0);
             insertAttachment(QStringLiteral("Picture %1.%2").arg(m_pictureCount).arg(suffix), m_picture, size);
+        } else if (!m_picture.isEmpty()) {
+            noteLeftOut(LeftOutKind::Pictures);
         }
         m_picture.clear();
         break;
@@ -708,6 +870,7 @@ void Parser::finishDestination(const Group &closed)
     case Destination::Attachment: {
         if (destination() != Destination::Text)
             break;
+        flushAttachmentName();
         const QString name = m_attachmentName.trimmed();
         QByteArray contents;
         if (!name.isEmpty() && m_loader && m_loader(name, &contents)) {
@@ -738,6 +901,9 @@ void Parser::finishDestination(const Group &closed)
         break;
     case Destination::Background:
         m_inBackground = false;
+        break;
+    case Destination::LevelText:
+        m_listTable.setLevelText(m_levelText);
         break;
     default:
         break;
@@ -810,6 +976,11 @@ void Parser::readControl()
 
 void Parser::controlSymbol(char symbol)
 {
+    // An escaped brace or backslash may be the second byte of a double-byte character.
+    if ((symbol == '\\' || symbol == '{' || symbol == '}') && m_unicodeSkipRemaining == 0 && awaitsTrailByte()) {
+        appendByte(symbol);
+        return;
+    }
     flushBytes();
     m_starred = symbol == '*';
     if (m_starred)
@@ -837,6 +1008,8 @@ void Parser::controlSymbol(char symbol)
     case '\r':
         if (destination() == Destination::Text)
             endParagraph();
+        else if (destination() == Destination::Footnote)
+            appendText(QStringLiteral("\n"));
         break;
     case '\t':
         appendCharacter(u'\t');
@@ -928,6 +1101,10 @@ void Parser::controlWord(std::string_view word, bool hasParameter, int parameter
             m_tableEntry = FontEntry();
             m_tableFontName.clear();
             m_tableFontText.clear();
+        } else if (dest == Destination::ListTable) {
+            const auto font = m_fonts.constFind(parameter);
+            if (font != m_fonts.constEnd())
+                m_listTable.setLevelSymbolFont(int(font->symbol));
         } else {
             chars.font = parameter;
         }
@@ -935,6 +1112,10 @@ void Parser::controlWord(std::string_view word, bool hasParameter, int parameter
     case Keyword::FontCharset:
         if (dest == Destination::FontTable)
             m_tableEntry.charset = parameter;
+        break;
+    case Keyword::FontCodePage:
+        if (dest == Destination::FontTable && parameter > 0)
+            m_tableEntry.codePage = parameter;
         break;
     case Keyword::FontFamilyRoman:
         m_tableEntry.styleHint = QFont::Serif;
@@ -990,6 +1171,8 @@ void Parser::controlWord(std::string_view word, bool hasParameter, int parameter
     case Keyword::Par:
         if (dest == Destination::Text)
             endParagraph();
+        else if (dest == Destination::Footnote)
+            appendText(QStringLiteral("\n"));
         break;
     case Keyword::Tab:
     case Keyword::Cell:
@@ -997,8 +1180,13 @@ void Parser::controlWord(std::string_view word, bool hasParameter, int parameter
         break;
     case Keyword::Unicode: {
         const int unit = parameter < 0 ? parameter + 65536 : parameter;
-        if (!swallowPlaceholder())
-            appendCharacter(unit >= 0 && unit <= 0xFFFF ? char16_t(unit) : char16_t(0xFFFD));
+        const RTFSymbolFonts::Font symbol = symbolFontOf(codePage());
+        if (!swallowPlaceholder()) {
+            if (symbol != RTFSymbolFonts::Font::None && unit >= 0x20)
+                appendText(RTFSymbolFonts::mapCharacter(char32_t(unit), symbol));
+            else
+                appendCharacter(unit >= 0 && unit <= 0xFFFF ? char16_t(unit) : char16_t(0xFFFD));
+        }
         m_unicodeSkipRemaining = group.unicodeSkip;
         break;
     }
@@ -1135,7 +1323,84 @@ void Parser::controlWord(std::string_view word, bool hasParameter, int parameter
         m_pictureScaleY = qBound(1, parameter, 10000);
         break;
     case Keyword::ShapePicture:
+    case Keyword::NestedTableProperties: // writers put cell text here too: it stays text
+    case Keyword::ListText:
+        m_paragraphHasMarker = true;
+        break;
+    case Keyword::ListTable:
+    case Keyword::ListOverrideTable:
+        setDestination(Destination::ListTable);
+        break;
+    case Keyword::List:
+        if (dest == Destination::ListTable)
+            m_listTable.beginList();
+        break;
+    case Keyword::ListId:
+        if (dest == Destination::ListTable)
+            m_listTable.setListId(parameter);
+        break;
+    case Keyword::ListLevel:
+        if (dest == Destination::ListTable)
+            m_listTable.beginLevel();
+        break;
+    case Keyword::LevelFormat:
+        if (dest == Destination::ListTable)
+            m_listTable.setLevelFormat(parameter);
+        break;
+    case Keyword::LevelStart:
+        if (dest == Destination::ListTable)
+            m_listTable.setLevelStart(parameter);
+        break;
+    case Keyword::LevelText:
+        if (dest == Destination::ListTable) {
+            setDestination(Destination::LevelText);
+            m_levelText.clear();
+        }
+        break;
+    case Keyword::ListOverride:
+        if (dest == Destination::ListTable)
+            m_listTable.beginOverride();
+        break;
+    case Keyword::ListOverrideNumber:
+        if (dest == Destination::ListTable) {
+            m_listTable.setOverrideNumber(parameter);
+        } else {
+            para.list = parameter;
+        }
+        break;
+    case Keyword::ListLevelNumber:
+        para.listLevel = parameter;
+        break;
+    case Keyword::CocoaWriter:
+        m_cocoaWriter = true;
+        break;
     case Keyword::ObjectResult:
+        m_objectHasResult = true;
+        break;
+    case Keyword::Object:
+        group.object = true;
+        m_objectHasResult = false;
+        break;
+    case Keyword::Footnote:
+        if (dest == Destination::Text) {
+            setDestination(Destination::Footnote);
+            // Damaged files may hold millions; beyond a bound their text joins the last note.
+            if (m_footnotes.size() < 65536)
+                m_footnotes.append(QString());
+        } else {
+            setDestination(Destination::Skip);
+        }
+        break;
+    case Keyword::FootnoteMark:
+        // The automatic number: counted at the reference, repeated in the note itself.
+        if (dest == Destination::Text)
+            ++m_footnoteCount;
+        appendText(QString::number(qMax(m_footnoteCount, 1)));
+        break;
+    case Keyword::HeaderOrFooter:
+    case Keyword::Annotation:
+        setDestination(Destination::LeftOut);
+        group.leftOut = keyword == Keyword::Annotation ? LeftOutKind::Comments : LeftOutKind::HeadersAndFooters;
         break;
     case Keyword::Field:
         m_fieldInstruction.clear();
@@ -1155,6 +1420,7 @@ void Parser::controlWord(std::string_view word, bool hasParameter, int parameter
     case Keyword::NeXTGraphic:
         setDestination(Destination::Attachment);
         m_attachmentName.clear();
+        m_attachmentNameBytes.clear();
         m_attachmentWidth = m_attachmentHeight = 0;
         break;
     case Keyword::Width:
@@ -1238,8 +1504,17 @@ void Parser::textBytes()
         }
         return;
     }
-    // Plain ASCII text in the document goes in as one chunk.
+    // Plain ASCII text in the document goes in as one chunk, unless it completes a double-byte
+    // character or is written in a symbol font.
     if (dest == Destination::Text && m_unicodeSkipRemaining == 0 && !current().swallowAttachmentCharacter) {
+        if (awaitsTrailByte()) {
+            m_starred = false;
+            appendByte(m_data[m_pos++]);
+            return;
+        }
+    }
+    if (dest == Destination::Text && m_unicodeSkipRemaining == 0 && !current().swallowAttachmentCharacter
+        && codePage() >= 0) {
         const qsizetype start = m_pos;
         const char *const end = m_data + m_size;
         const char *c = m_data + m_pos;
@@ -1286,9 +1561,22 @@ int Parser::codePage()
     const CharState &chars = current().chars;
     const int index = chars.font >= 0 ? chars.font : m_defaultFont;
     const auto found = m_fonts.constFind(index);
-    if (found == m_fonts.constEnd() || found->charset < 0)
+    if (found == m_fonts.constEnd())
+        return m_documentCodePage;
+    if (found->symbol != RTFSymbolFonts::Font::None)
+        return symbolCodePage(found->symbol);
+    if (found->codePage > 0)
+        return found->codePage;
+    if (found->charset < 0)
         return m_documentCodePage;
     return RTFCodePages::codePageForCharset(found->charset, m_documentCodePage);
+}
+
+// True when the bytes read so far end in the first byte of a double-byte character, so the
+// next byte belongs to it whatever it looks like.
+bool Parser::awaitsTrailByte() const
+{
+    return m_pendingCodePage > 0 && RTFCodePages::endsInLeadByte(m_pendingBytes, m_pendingCodePage);
 }
 
 void Parser::appendByte(char byte)
@@ -1345,6 +1633,19 @@ void Parser::appendByte(char byte)
         }
         return;
     }
+    case Destination::LevelText:
+        // The length and the number placeholders are control characters, which text drops.
+        if (static_cast<unsigned char>(byte) < 0x20) {
+            flushBytes();
+            if (m_levelText.size() < 256)
+                m_levelText += QChar(char16_t(byte));
+            return;
+        }
+        break;
+    case Destination::Attachment:
+        if (m_attachmentNameBytes.size() < 4096)
+            m_attachmentNameBytes.append(byte);
+        return;
     case Destination::Skip:
     case Destination::Info:
     case Destination::Background:
@@ -1355,11 +1656,11 @@ void Parser::appendByte(char byte)
     }
     if (static_cast<unsigned char>(byte) < 0x20 && byte != '\t')
         return;
-    if (static_cast<unsigned char>(byte) < 0x80 && m_pendingBytes.isEmpty()) {
+    const int page = codePage();
+    if (static_cast<unsigned char>(byte) < 0x80 && m_pendingBytes.isEmpty() && page >= 0) {
         appendLatin1(QLatin1String(&byte, 1));
         return;
     }
-    const int page = codePage();
     if (!m_pendingBytes.isEmpty() && page != m_pendingCodePage)
         flushBytes();
     m_pendingCodePage = page;
@@ -1369,7 +1670,23 @@ void Parser::appendByte(char byte)
 QString Parser::decodedFontNameBytes() const
 {
     return RTFCodePages::decode(m_tableFontName,
-                                RTFCodePages::codePageForCharset(m_tableEntry.charset, m_documentCodePage));
+                                m_tableEntry.codePage > 0
+                                    ? m_tableEntry.codePage
+                                    : RTFCodePages::codePageForCharset(m_tableEntry.charset, m_documentCodePage));
+}
+
+// The Cocoa text system writes an attachment's name as the file system spells it, in UTF-8;
+// bytes that are no UTF-8 are taken in the code page of the text around them.
+void Parser::flushAttachmentName()
+{
+    if (m_attachmentNameBytes.isEmpty())
+        return;
+    QStringDecoder utf8(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
+    QString name = utf8.decode(m_attachmentNameBytes);
+    if (utf8.hasError())
+        name = RTFCodePages::decode(m_attachmentNameBytes, codePage() > 0 ? codePage() : RTFCodePages::WindowsLatin1);
+    m_attachmentName += name;
+    m_attachmentNameBytes.clear();
 }
 
 void Parser::finishFontEntry()
@@ -1378,6 +1695,7 @@ void Parser::finishFontEntry()
     if (m_tableFont < 0 || name.isEmpty())
         return;
     m_tableEntry.name = name;
+    m_tableEntry.symbol = RTFSymbolFonts::fontForName(name);
     m_fonts.insert(m_tableFont, m_tableEntry);
     tablesChanged();
 }
@@ -1386,7 +1704,20 @@ void Parser::flushBytes()
 {
     if (m_pendingBytes.isEmpty())
         return;
-    QString text = RTFCodePages::decode(m_pendingBytes, m_pendingCodePage);
+    const RTFSymbolFonts::Font symbol = symbolFontOf(m_pendingCodePage);
+    QString text;
+    if (symbol != RTFSymbolFonts::Font::None) {
+        text = RTFSymbolFonts::decode(m_pendingBytes, symbol);
+    } else if (RTFCodePages::endsInLeadByte(m_pendingBytes, m_pendingCodePage)) {
+        // A first byte with no second one is a Western byte under a double-byte font, which
+        // writers are seen to produce (a list's dash as \'96): it is read in a Western page.
+        const int western
+            = RTFCodePages::isMultiByte(m_documentCodePage) ? RTFCodePages::WindowsLatin1 : m_documentCodePage;
+        text = RTFCodePages::decode(m_pendingBytes.chopped(1), m_pendingCodePage)
+            + RTFCodePages::decode(m_pendingBytes.right(1), western);
+    } else {
+        text = RTFCodePages::decode(m_pendingBytes, m_pendingCodePage);
+    }
     m_pendingBytes.clear();
     appendText(withoutControlCharacters(text));
 }
@@ -1423,6 +1754,8 @@ void Parser::appendLatin1(QLatin1String text)
         appendText(QString(text));
         return;
     }
+    if (!m_paragraphHasText)
+        startParagraphText();
     prepareRun();
     m_pendingText += text;
 }
@@ -1431,6 +1764,8 @@ void Parser::appendText(const QString &text)
 {
     switch (destination()) {
     case Destination::Text:
+        if (!m_paragraphHasText)
+            startParagraphText();
         prepareRun();
         m_pendingText += text;
         m_pendingBreaksBlocks = m_pendingBreaksBlocks || breaksBlocks(text);
@@ -1440,6 +1775,7 @@ void Parser::appendText(const QString &text)
             m_fieldInstruction += text;
         break;
     case Destination::Attachment:
+        flushAttachmentName();
         if (m_attachmentName.size() < 4096)
             m_attachmentName += text;
         break;
@@ -1454,6 +1790,18 @@ void Parser::appendText(const QString &text)
     case Destination::ShapePropertyValue:
         if (m_shapeValue.size() < 256)
             m_shapeValue += text;
+        break;
+    case Destination::Footnote:
+        if (!m_footnotes.isEmpty() && m_footnotes.last().size() < (1 << 20))
+            m_footnotes.last() += text;
+        break;
+    case Destination::LeftOut:
+        if (!text.trimmed().isEmpty())
+            noteLeftOut(current().leftOut);
+        break;
+    case Destination::LevelText:
+        if (m_levelText.size() < 256)
+            m_levelText += text;
         break;
     case Destination::FontTable:
         // Font names may hold \uN characters between their code-page bytes.
@@ -1530,8 +1878,24 @@ void Parser::insertPendingText(bool endsParagraph)
     m_runs.clear();
 }
 
+// The first text of a paragraph: a list paragraph whose writer rendered no marker begins with
+// the one its list defines.
+void Parser::startParagraphText()
+{
+    m_paragraphHasText = true;
+    const ParaState &para = current().para;
+    if (m_cocoaWriter || m_paragraphHasMarker || para.list <= 0 || m_listTable.isEmpty())
+        return;
+    m_paragraphHasMarker = true;
+    const QString marker = m_listTable.nextMarker(para.list, para.listLevel);
+    if (!marker.isEmpty())
+        appendText(marker + QLatin1Char('\t'));
+}
+
 void Parser::endParagraph()
 {
+    m_paragraphHasText = false;
+    m_paragraphHasMarker = false;
     flushBytes();
     // This paragraph's formats go to the block the cursor is in when it ends. Text holding
     // paragraph breaks of its own moves the cursor to a new block, so it goes in first.
@@ -1702,9 +2066,16 @@ bool RTFReader::looksLikeRTF(const QByteArray &data)
     qsizetype i = 0;
     if (data.startsWith("\xEF\xBB\xBF"))
         i = 3;
-    while (i < data.size() && (data[i] == ' ' || data[i] == '\t' || data[i] == '\r' || data[i] == '\n'))
-        ++i;
-    return QByteArrayView(data).sliced(i).startsWith("{\\rtf");
+    const auto skipBlanks = [&data](qsizetype at) {
+        while (at < data.size() && (data[at] == ' ' || data[at] == '\t' || data[at] == '\r' || data[at] == '\n'))
+            ++at;
+        return at;
+    };
+    i = skipBlanks(i);
+    if (i >= data.size() || data[i] != '{')
+        return false;
+    // Hand-indented files put a line break and blanks between the brace and the keyword.
+    return QByteArrayView(data).sliced(skipBlanks(i + 1)).startsWith("\\rtf");
 }
 
 bool RTFReader::read(const QByteArray &rtf, QTextDocument *document, OVError *error)

@@ -18,6 +18,9 @@ inline const QString AuthorAttribute = QStringLiteral("Author");
 inline const QString SubjectAttribute = QStringLiteral("Subject");
 inline const QString KeywordsAttribute = QStringLiteral("Keywords");
 inline const QString CommentAttribute = QStringLiteral("Comment");
+// Reported by readers only: what the text holds that the document cannot show (QStringList of
+// descriptions such as "page headers and footers").
+inline const QString LeftOutContentAttribute = QStringLiteral("LeftOutContent");
 
 // Values of DocumentTypeAttribute, spelled as the original platform spells them so that
 // archived attribute dictionaries stay readable by the target.

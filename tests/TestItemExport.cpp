@@ -524,6 +524,25 @@ private slots:
                  QStringList());
     }
 
+    void whatANoteCannotShowIsLogged()
+    {
+        const QString note = source().addItem(KastrelItemKind::Note, QStringLiteral("N1"), QStringLiteral("Letter"));
+        source().setExportFile(note, QStringLiteral("Letter.rtf"),
+                               "{\\rtf1\\ansi{\\header Head of page}Dear reader{\\*\\annotation check}\\par}");
+        addNote(QStringLiteral("N2"), QStringLiteral("Plain"));
+        run();
+        QVERIFY(logText().contains(
+            QStringLiteral("Note with identifier N1 (\"Letter\") leaves out: page headers and footers, comments")));
+        QVERIFY(!logText().contains(QStringLiteral("Note with identifier N2")));
+        // The note did arrive: nothing counts against the run.
+        QVERIFY(m_operation->itemProblems().isEmpty());
+        QCOMPARE(m_delegate->errors.size(), 0);
+        QTextDocument document;
+        QVERIFY(
+            RichTextReader::readFile(QDir(exportFolder()).filePath(QStringLiteral("Notes/Letter.nvnote")), &document));
+        QCOMPARE(document.toPlainText().trimmed(), QStringLiteral("Dear reader"));
+    }
+
     void plainTextBeginningLikeRichTextStaysText()
     {
         const QString note = source().addItem(KastrelItemKind::Note, QStringLiteral("N1"), QStringLiteral("Plain"));

@@ -140,6 +140,22 @@ private slots:
         }
     }
 
+    void attachmentNamesInUTF8AndDecomposed()
+    {
+        QTemporaryDir work;
+        const QString path = work.filePath(QStringLiteral("accents.rtfd"));
+        QVERIFY(QDir().mkpath(path));
+        const QByteArray png = TestSupport::pngBytes(2, 2, Qt::red);
+        // The file system keeps the name composed; the text spells it decomposed, as raw UTF-8
+        // bytes in a document whose code page is Windows Latin 1.
+        QVERIFY(writeFile(path + QString::fromUtf8("/biblioth\u00e8que.png"), png));
+        QVERIFY(writeFile(path + QStringLiteral("/TXT.rtf"), attachmentRTF("bibliothe\xcc\x80que.png")));
+        QTextDocument document;
+        QVERIFY(RTFDPackage::readDocument(path, &document));
+        QCOMPARE(attachmentsOf(document).size(), 1);
+        QCOMPARE(attachmentsOf(document).first().second, png);
+    }
+
     void attachmentsThatAreNotImagesKeepTheirBytes()
     {
         QTemporaryDir work;

@@ -6,6 +6,7 @@
 #include "formats/RTFReader.h"
 #include "formats/RichTextAttachment.h"
 #include "formats/RichTextAttributes.h"
+#include "formats/RichTextReader.h"
 
 #include <QBuffer>
 #include <QImage>
@@ -472,6 +473,249 @@ private slots:
         QVERIFY(reader.read(rtf, &document));
         QVERIFY(document.blockCount() > 1000);
         QVERIFY(document.findBlockByNumber(0).text().startsWith(QStringLiteral("Some text bold and ä€ more")));
+    }
+
+    void macintoshScripts_data()
+    {
+        QTest::addColumn<QByteArray>("rtf");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("Japanese font in a Mac Japanese document")
+            << QByteArray("{\\rtf1\\mac\\ansicpg10001{\\fonttbl\\f0\\fnil\\fcharset78 HiraKakuPro-W3;}"
+                          "\\f0 \\'82\\'52\\'83\\'7b\\'83\\'5e\\'83\\'93}")
+            << QString::fromUtf8("３ボタン");
+        QTest::newRow("Roman font in a Mac Japanese document")
+            << QByteArray("{\\rtf1\\mac\\ansicpg10001{\\fonttbl\\f0\\fnil\\fcharset77 LucidaGrande;}"
+                          "\\f0 (Mirai\\'aa)}")
+            << QString::fromUtf8("(Mirai™)");
+        QTest::newRow("document code page alone")
+            << QByteArray("{\\rtf1\\mac\\ansicpg10001 \\'82\\'a0}") << QString::fromUtf8("あ");
+        QTest::newRow("Korean") << QByteArray("{\\rtf1\\mac{\\fonttbl\\f0\\fcharset79 AppleGothic;}\\f0 \\'b0\\'a1}")
+                                << QString::fromUtf8("가");
+        QTest::newRow("simplified Chinese")
+            << QByteArray("{\\rtf1\\mac{\\fonttbl\\f0\\fcharset80 STSong;}\\f0 \\'b0\\'a1}") << QString::fromUtf8("啊");
+        QTest::newRow("traditional Chinese")
+            << QByteArray("{\\rtf1\\mac{\\fonttbl\\f0\\fcharset81 LiSong;}\\f0 \\'a4\\'40}") << QString::fromUtf8("一");
+        QTest::newRow("Hebrew") << QByteArray("{\\rtf1\\mac{\\fonttbl\\f0\\fcharset83 Raanana;}\\f0 \\'f9\\'ec}")
+                                << QString::fromUtf8("של");
+        QTest::newRow("Arabic") << QByteArray("{\\rtf1\\mac{\\fonttbl\\f0\\fcharset84 GeezaPro;}\\f0 \\'c7\\'e4}")
+                                << QString::fromUtf8("\u0627\u0644");
+        QTest::newRow("Greek") << QByteArray("{\\rtf1\\mac{\\fonttbl\\f0\\fcharset85 Helvetica;}\\f0 \\'e1}")
+                               << QString::fromUtf8("α");
+        QTest::newRow("Thai") << QByteArray("{\\rtf1\\mac{\\fonttbl\\f0\\fcharset87 Thonburi;}\\f0 \\'a1}")
+                              << QString::fromUtf8("ก");
+        QTest::newRow("Central European")
+            << QByteArray("{\\rtf1\\mac{\\fonttbl\\f0\\fcharset88 Helvetica;}\\f0 \\'87}") << QString::fromUtf8("á");
+        QTest::newRow("Cyrillic") << QByteArray("{\\rtf1\\mac{\\fonttbl\\f0\\fcharset89 Helvetica;}\\f0 \\'80}")
+                                  << QString::fromUtf8("А");
+        QTest::newRow("code page of the font table")
+            << QByteArray("{\\rtf1\\ansi{\\fonttbl{\\f0\\fcharset0\\cpg1251 Arial;}}\\f0 \\'e4}")
+            << QString::fromUtf8("д");
+    }
+
+    void macintoshScripts()
+    {
+        QFETCH(QByteArray, rtf);
+        QFETCH(QString, expected);
+        QCOMPARE(readText(rtf), expected);
+    }
+
+    void doubleByteCharactersSplitAcrossEscapes_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("escaped lead, plain trail") << QByteArray("\\'82R\\'83\\'5e") << QString::fromUtf8("３タ");
+        QTest::newRow("trail byte is an escaped backslash") << QByteArray("\\'95\\\\x") << QString::fromUtf8("表x");
+        QTest::newRow("trail byte is an escaped brace") << QByteArray("\\'83\\{") << QString::fromUtf8("ボ");
+        QTest::newRow("raw lead and trail bytes") << QByteArray("\x82\xa0\x82\xa2") << QString::fromUtf8("あい");
+        QTest::newRow("a first byte alone is a Western byte")
+            << QByteArray("{\\'96\\tab}A") << QString::fromUtf8("\u2013\tA");
+    }
+
+    void doubleByteCharactersSplitAcrossEscapes()
+    {
+        QFETCH(QByteArray, body);
+        QFETCH(QString, expected);
+        const QString text
+            = readText("{\\rtf1\\ansi\\ansicpg932{\\fonttbl\\f0\\fnil\\fcharset128 MS-Mincho;}\\f0 " + body + "}");
+        QCOMPARE(text, expected);
+    }
+
+    void symbolFontsShowTheirCharacters_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("Greek written as Latin letters")
+            << QByteArray("x \\f1 abg\\f0  y") << QString::fromUtf8("x αβγ y");
+        QTest::newRow("escaped byte") << QByteArray("\\f1\\'b7") << QString::fromUtf8("•");
+        QTest::newRow("private-use character") << QByteArray("\\f1\\u-3913 ?") << QString::fromUtf8("•");
+        QTest::newRow("Unicode in a symbol font") << QByteArray("\\f1\\uc0\\u945 ") << QString::fromUtf8("α");
+        QTest::newRow("Wingdings list bullet") << QByteArray("{\\f2\\'a7}\\tab Item") << QString::fromUtf8("▪\tItem");
+        QTest::newRow("Zapf Dingbats") << QByteArray("\\f3 3") << QString::fromUtf8("✓");
+    }
+
+    void symbolFontsShowTheirCharacters()
+    {
+        QFETCH(QByteArray, body);
+        QFETCH(QString, expected);
+        const QByteArray rtf = "{\\rtf1\\ansi{\\fonttbl\\f0\\fswiss Helvetica;{\\f1\\ftech\\fcharset2 Symbol;}"
+                               "{\\f2\\fnil\\fcharset2 Wingdings;}{\\f3\\fnil ZapfDingbats;}}\\f0 "
+            + body + "}";
+        QCOMPARE(readText(rtf), expected);
+    }
+
+    void footnotesFollowTheText()
+    {
+        QTextDocument document;
+        const QString text = readText(wrap("Claim.{\\super\\chftn}{\\footnote\\pard\\plain{\\super\\chftn} First "
+                                           "source.}\\par Second{\\super\\chftn}{\\*\\footnote{\\super\\chftn} Other "
+                                           "\\i source\\i0 .\\par More.} end.\\par"),
+                                      &document);
+        QCOMPARE(text,
+                 QString::fromUtf8("Claim.1\u2029Second2 end.\u2029\u20291 First source.\u20292 Other source.\u2029"
+                                   "More."));
+    }
+
+    void listMarkersThatTheWriterRendered()
+    {
+        QCOMPARE(readText(wrap("{\\listtext\\tab 1.\\tab}One\\par{\\*\\listtext\\tab 2.\\tab}Two\\par"
+                               "{\\pntext\\f0 3.\\tab}{\\*\\pn\\pnlvlbody\\pndec{\\pntxta .}}Three")),
+                 QStringLiteral("\t1.\tOne\u2029\t2.\tTwo\u20293.\tThree"));
+    }
+
+    void listMarkersThatTheListTableDefines()
+    {
+        const QByteArray table
+            = "{\\rtf1\\ansi{\\fonttbl{\\f0 Times;}{\\f1\\fcharset2 Symbol;}}"
+              "{\\*\\listtable{\\list\\listtemplateid1{\\listlevel\\levelnfc0\\levelstartat1{\\leveltext\\'02\\'00.;}"
+              "{\\levelnumbers\\'01;}}{\\listlevel\\levelnfc4\\levelstartat1{\\leveltext\\'04\\'00.\\'01);}"
+              "{\\levelnumbers\\'01\\'03;}}\\listid7}"
+              "{\\list{\\listlevel\\levelnfc23{\\leveltext\\'01\\u-3913 ?;}\\f1}\\listid8}"
+              "{\\list{\\listlevel\\levelnfc2\\levelstartat3{\\leveltext\\'02\\'00.;}}\\listid9}}"
+              "{\\*\\listoverridetable{\\listoverride\\listid7\\listoverridecount0\\ls1}"
+              "{\\listoverride\\listid8\\listoverridecount0\\ls2}{\\listoverride\\listid9\\ls3}}\n";
+        QCOMPARE(
+            readText(table
+                     + "\\pard\\ls1 One\\par\\pard\\ls1\\ilvl1 Sub\\par\\pard\\ls1\\ilvl1 Sub\\par\\pard\\ls1 Two\\par"
+                       "\\pard\\ls1\\ilvl1 Sub\\par\\pard\\ls2 Dot\\par\\pard\\ls3 Roman\\par\\pard Plain}"),
+            QString::fromUtf8("1.\tOne\u2029"
+                              "1.a)\tSub\u2029"
+                              "1.b)\tSub\u2029"
+                              "2.\tTwo\u2029"
+                              "2.a)\tSub\u2029"
+                              "•\tDot\u2029"
+                              "iii.\tRoman\u2029"
+                              "Plain"));
+        // A marker the writer rendered wins; Cocoa's lists show only what \listtext renders.
+        QCOMPARE(readText(table + "\\pard\\ls1{\\listtext 9.\\tab}Nine\\par\\pard\\ls1 Next}"),
+                 QString::fromUtf8("9.\tNine\u20291.\tNext"));
+        QByteArray cocoa = table;
+        cocoa.replace("\\rtf1\\ansi", "\\rtf1\\ansi\\cocoartf2761");
+        QCOMPARE(readText(cocoa + "\\pard\\ls1 Continued}"), QStringLiteral("Continued"));
+    }
+
+    void sloppyWritersAreReadToo()
+    {
+        QCOMPARE(readText("{\n    \\rtf1\\ansi\n    {\\fonttbl\\f0\\fswiss Helvetica;}\n    \\f0 Indented}").trimmed(),
+                 QStringLiteral("Indented"));
+        QVERIFY(RTFReader::looksLikeRTF("\r\n{ \r\n\t\\rtf1 x}"));
+        QVERIFY(!RTFReader::looksLikeRTF("{ x \\rtf1}"));
+        // Cell text of a nested table, written inside the table's properties.
+        QCOMPARE(readText(wrap("A\\cell{\\*\\nesttableprops\\trowd\\cellx100 B\\nestcell\\nestrow}"
+                               "{\\nonesttables\\par B}\\row")),
+                 QStringLiteral("A\tB\t\u2029\u2029"));
+        // RTF made from HTML mail: \htmlrtf switches on and off, the text between stays.
+        QCOMPARE(readText(wrap("{\\*\\htmltag84 <b>}\\htmlrtf {\\b \\htmlrtf0 bold\\htmlrtf }\\htmlrtf0  text"
+                               "{\\*\\htmltag84 &reg;}\\htmlrtf \\'ae\\htmlrtf0")),
+                 QString::fromUtf8("bold text®"));
+        // Unknown control words are no text, but their group's text is; known destinations go.
+        QCOMPARE(readText(wrap("a{\\madeupword kept} b{\\xe index entry}{\\tc contents entry}c")),
+                 QStringLiteral("akept bc"));
+    }
+
+    void whatTheNoteLeavesOutIsReported_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QStringList>("leftOut");
+        QTest::newRow("nothing") << QByteArray("Text") << QStringList();
+        QTest::newRow("empty header") << QByteArray("{\\header\\pard\\par}Text") << QStringList();
+        QTest::newRow("header") << QByteArray("{\\header Page head}{\\footerf Foot}Text")
+                                << QStringList {QStringLiteral("page headers and footers")};
+        QTest::newRow("comment") << QByteArray("Text{\\*\\atnid JS}{\\*\\annotation Check this}")
+                                 << QStringList {QStringLiteral("comments")};
+        QTest::newRow("object without result")
+            << QByteArray("Text{\\object\\objemb{\\*\\objclass Excel.Sheet}{\\*\\objdata 0102}}")
+            << QStringList {QStringLiteral("embedded objects it cannot show")};
+        QTest::newRow("object with result")
+            << QByteArray("{\\object{\\*\\objdata 0102}{\\result Shown}}") << QStringList();
+        QTest::newRow("metafile picture") << QByteArray("{\\pict\\wmetafile8 0100090000}")
+                                          << QStringList {QStringLiteral("pictures in a format it cannot keep")};
+        QTest::newRow("metafile fallback of a kept picture")
+            << QByteArray("{\\*\\shppict{\\pict\\pngblip 89504e47}}{\\nonshppict{\\pict\\wmetafile8 0100}}")
+            << QStringList();
+    }
+
+    void whatTheNoteLeavesOutIsReported()
+    {
+        QFETCH(QByteArray, body);
+        QFETCH(QStringList, leftOut);
+        QTextDocument document;
+        RTFReader reader;
+        QVERIFY(reader.read(wrap(body), &document));
+        QCOMPARE(reader.documentAttributes().value(RichText::LeftOutContentAttribute).toStringList(), leftOut);
+    }
+
+    // Files of the shared corpus that real writers made, each showing one kind of text that
+    // must arrive.
+
+    void corpusFilesKeepTheirText_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QStringList>("expected");
+        QTest::addColumn<QStringList>("absent");
+        QTest::newRow("Mac OS X 10.4 Japanese")
+            << QStringLiteral("rtf/Cheetah3Djp__Mouse_mirai.rtf")
+            << QStringList {QString::fromUtf8("３ボタンマウス (Mirai™):")} << QStringList {QString::fromUtf8("‚R")};
+        QTest::newRow("Mac OS X Japanese credits")
+            << QStringLiteral("rtf/freecell__Credits.rtf")
+            << QStringList {QString::fromUtf8("テスト協力者"), QString::fromUtf8("フリーセルFAQ")} << QStringList();
+        QTest::newRow("pandoc footnotes")
+            << QStringLiteral("rtf/pandoc__footnote.rtf")
+            << QStringList {QStringLiteral("See Sahlins, Bateson, and Geertz for a complete bibliography.")}
+            << QStringList();
+        QTest::newRow("Word footnote") << QStringLiteral("rtf/tika__testRTFVarious.rtf")
+                                       << QStringList {QStringLiteral("This is a footnote.")} << QStringList();
+        QTest::newRow("Word footnote in a test file")
+            << QStringLiteral("rtf/rtfjs-sample__source.rtf")
+            << QStringList {QStringLiteral("This is the actual content of the footnote.")} << QStringList();
+        QTest::newRow("blanks before rtf1") << QStringLiteral("rtf/rtfparser-rs__RTF-test.rtf")
+                                            << QStringList {QStringLiteral("Je suis un document RTF")}
+                                            << QStringList {QStringLiteral("\\rtf1"), QStringLiteral("fonttbl")};
+        QTest::newRow("nested table") << QStringLiteral("rtf/striprtf__nested_table.rtf")
+                                      << QStringList {QStringLiteral("Calcium-Score"), QStringLiteral("RCA")}
+                                      << QStringList();
+        QTest::newRow("RTF made from HTML mail")
+            << QStringLiteral("rtf/tika__testRTFHyperlink.rtf")
+            << QStringList {QStringLiteral("frequently asked questions"), QString::fromUtf8("Office Outlook® 2003!")}
+            << QStringList();
+        QTest::newRow("dash of a list in a double-byte font")
+            << QStringLiteral("rtf/tika__testRTFListLibreOffice.rtf")
+            << QStringList {QString::fromUtf8("\u2013\tfirst")} << QStringList {QString(QChar(0xFFFD))};
+    }
+
+    void corpusFilesKeepTheirText()
+    {
+        QFETCH(QString, file);
+        QFETCH(QStringList, expected);
+        QFETCH(QStringList, absent);
+        KI_REQUIRE_CORPUS(path, file);
+        QTextDocument document;
+        OVError error;
+        QVERIFY2(RichTextReader::readFile(path, &document, nullptr, &error), qPrintable(error.localizedDescription));
+        const QString text = document.toPlainText();
+        for (const QString &part : std::as_const(expected))
+            QVERIFY2(text.contains(part), qPrintable(part));
+        for (const QString &part : std::as_const(absent))
+            QVERIFY2(!text.contains(part), qPrintable(part));
     }
 
     // The fixtures, compared with what unrtf reads from them.

@@ -82,4 +82,31 @@ struct KSImportOperationInspector
         return operation.tagsStringForDatabaseItem(item);
     }
     static qint64 itemTypeForPDFAtPath(const QString &path) { return KSImportOperation::itemTypeForPDFAtPath(path); }
+
+    // The note stage's conversion of one staged file into the note package at `notePath`, run
+    // on the calling (main) thread: "converted", "originalFileAttached" or "notWritten", with
+    // the reason in English for the last two.
+    struct NoteConversionResult
+    {
+        QString outcome;
+        QString reason;
+    };
+    static NoteConversionResult convertFileToNote(KSImportOperation &operation, const QString &stagedPath,
+                                                  const QString &notePath, const QString &name)
+    {
+        const QVariantMap request {{QStringLiteral("originalPath"), stagedPath},
+                                   {QStringLiteral("notePath"), notePath},
+                                   {QStringLiteral("name"), name}};
+        KSImportOperation::NoteConversion conversion;
+        operation.convertFileToNoteOnMainThread(request, &conversion);
+        switch (conversion.outcome) {
+        case KSImportOperation::NoteConversion::Outcome::Converted:
+            return {QStringLiteral("converted"), QString()};
+        case KSImportOperation::NoteConversion::Outcome::OriginalFileAttached:
+            return {QStringLiteral("originalFileAttached"), conversion.reason.english};
+        case KSImportOperation::NoteConversion::Outcome::NotWritten:
+            break;
+        }
+        return {QStringLiteral("notWritten"), conversion.reason.english};
+    }
 };

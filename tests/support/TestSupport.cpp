@@ -15,10 +15,22 @@ QString testDataPath(const QString &relativePath)
     return QDir(QString::fromUtf8(KI_TEST_DATA_DIR)).filePath(relativePath);
 }
 
+namespace {
+QString sharedPath(const QString &folder, const QString &relativePath)
+{
+    const QString path = QDir(QString::fromUtf8(KI_SHARED_DIR)).filePath(folder + QLatin1Char('/') + relativePath);
+    return QFileInfo::exists(path) ? QFileInfo(path).absoluteFilePath() : QString();
+}
+} // namespace
+
 QString sharedFixturePath(const QString &relativePath)
 {
-    const QString path = QDir(QString::fromUtf8(KI_SHARED_DIR)).filePath(QStringLiteral("fixtures/") + relativePath);
-    return QFileInfo::exists(path) ? QFileInfo(path).absoluteFilePath() : QString();
+    return sharedPath(QStringLiteral("fixtures"), relativePath);
+}
+
+QString sharedCorpusPath(const QString &relativePath)
+{
+    return sharedPath(QStringLiteral("corpus"), relativePath);
 }
 
 bool sharedFolderRequired()

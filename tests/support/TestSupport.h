@@ -21,6 +21,10 @@ QString sharedFixturePath(const QString &relativePath);
 // CMake option KI_REQUIRE_SHARED (as CI is).
 bool sharedFolderRequired();
 
+// Absolute path of a file or folder under the shared corpus of real files from other programs
+// (shared/corpus), or an empty string when it is not there.
+QString sharedCorpusPath(const QString &relativePath);
+
 // The folder an environment variable of run-isolated.sh names (XDG_DATA_HOME, TMPDIR). Stops
 // the test when it is unset: the empty path would be the working directory, and tests
 // remove these folders between runs.
@@ -51,4 +55,15 @@ bool startStandin(QProcess &process, const QString &program, const QStringList &
             QFAIL(qPrintable(QStringLiteral("shared fixture missing, and the shared folder is required: ")             \
                              + (relativePath)));                                                                       \
         QSKIP(qPrintable(QStringLiteral("shared fixture not available: ") + (relativePath)));                          \
+    }
+
+// Skips the current test function cleanly when the shared corpus is not available, or fails it
+// when the shared folder is required.
+#define KI_REQUIRE_CORPUS(variable, relativePath)                                                                      \
+    const QString variable = TestSupport::sharedCorpusPath(relativePath);                                              \
+    if (variable.isEmpty()) {                                                                                          \
+        if (TestSupport::sharedFolderRequired())                                                                       \
+            QFAIL(qPrintable(QStringLiteral("shared corpus missing, and the shared folder is required: ")              \
+                             + (relativePath)));                                                                       \
+        QSKIP(qPrintable(QStringLiteral("shared corpus not available: ") + (relativePath)));                           \
     }
