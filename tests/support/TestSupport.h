@@ -46,24 +46,21 @@ bool startStandin(QProcess &process, const QString &program, const QStringList &
 
 } // namespace TestSupport
 
-// Skips the current test function cleanly when a shared fixture is not available, or fails it
-// when the shared folder is required.
-#define KI_REQUIRE_FIXTURE(variable, relativePath)                                                                     \
-    const QString variable = TestSupport::sharedFixturePath(relativePath);                                             \
+// Declares `variable` as the path `lookup` answers; when that is empty, skips the current test
+// function cleanly, or fails it when the shared folder is required. `what` names the folder.
+#define KI_REQUIRE_SHARED_PATH(variable, lookup, what, relativePath)                                                   \
+    const QString variable = (lookup);                                                                                 \
     if (variable.isEmpty()) {                                                                                          \
         if (TestSupport::sharedFolderRequired())                                                                       \
-            QFAIL(qPrintable(QStringLiteral("shared fixture missing, and the shared folder is required: ")             \
+            QFAIL(qPrintable(QStringLiteral("shared " what " missing, and the shared folder is required: ")            \
                              + (relativePath)));                                                                       \
-        QSKIP(qPrintable(QStringLiteral("shared fixture not available: ") + (relativePath)));                          \
+        QSKIP(qPrintable(QStringLiteral("shared " what " not available: ") + (relativePath)));                         \
     }
 
-// Skips the current test function cleanly when the shared corpus is not available, or fails it
-// when the shared folder is required.
+// A file or folder under shared/fixtures.
+#define KI_REQUIRE_FIXTURE(variable, relativePath)                                                                     \
+    KI_REQUIRE_SHARED_PATH(variable, TestSupport::sharedFixturePath(relativePath), "fixture", relativePath)
+
+// A file or folder under shared/corpus.
 #define KI_REQUIRE_CORPUS(variable, relativePath)                                                                      \
-    const QString variable = TestSupport::sharedCorpusPath(relativePath);                                              \
-    if (variable.isEmpty()) {                                                                                          \
-        if (TestSupport::sharedFolderRequired())                                                                       \
-            QFAIL(qPrintable(QStringLiteral("shared corpus missing, and the shared folder is required: ")              \
-                             + (relativePath)));                                                                       \
-        QSKIP(qPrintable(QStringLiteral("shared corpus not available: ") + (relativePath)));                           \
-    }
+    KI_REQUIRE_SHARED_PATH(variable, TestSupport::sharedCorpusPath(relativePath), "corpus", relativePath)
