@@ -105,13 +105,22 @@ private slots:
         QTest::newRow("Korean single bytes")
             << 10003 << QByteArray("\x80\x81\x83\xb0\xa1") << QString::fromUtf8("\u00a0₩©가");
         // A byte that is neither a character nor the first of two must not take the next one.
-        QTest::newRow("Korean byte without a character")
-            << 10003 << QByteArray("\x82ab") << QString::fromUtf8("\ufffdab");
-        QTest::newRow("simplified Chinese byte without a character")
-            << 10008 << QByteArray("\x85a") << QString::fromUtf8("\ufffda");
-        QTest::newRow("traditional Chinese byte without a character")
-            << 10002 << QByteArray("\x90a\xa4\x40") << QString::fromUtf8("\ufffda一");
-        QTest::newRow("Japanese half-width katakana") << 10001 << QByteArray("\xb1\xb2a") << QString::fromUtf8("ｱｲa");
+        QTest::newRow("Korean byte without a character") << 10003
+                                                         << QByteArray("\x82"
+                                                                       "ab")
+                                                         << QString::fromUtf8("\ufffdab");
+        QTest::newRow("simplified Chinese byte without a character") << 10008
+                                                                     << QByteArray("\x85"
+                                                                                   "a")
+                                                                     << QString::fromUtf8("\ufffda");
+        QTest::newRow("traditional Chinese byte without a character") << 10002
+                                                                      << QByteArray("\x90"
+                                                                                    "a\xa4\x40")
+                                                                      << QString::fromUtf8("\ufffda一");
+        QTest::newRow("Japanese half-width katakana") << 10001
+                                                      << QByteArray("\xb1\xb2"
+                                                                    "a")
+                                                      << QString::fromUtf8("ｱｲa");
     }
 
     void rarePositionsOfTheMacintoshScripts()
