@@ -166,36 +166,67 @@ QString decodeWithDecoder(const QByteArray &bytes, int codePage)
     return decoder->decode(bytes);
 }
 
-// A code page of one byte per character from its table of the upper half.
-QString decodeWithTable(const QByteArray &bytes, const char16_t *upperHalf)
+// A code page of one byte per character from its table of the upper half. A zero entry is a
+// byte that stands for a short sequence of characters.
+QString decodeWithTable(const QByteArray &bytes, int codePage, const char16_t *upperHalf)
 {
-    QString text(bytes.size(), Qt::Uninitialized);
-    QChar *out = text.data();
+    QString text;
+    text.reserve(bytes.size());
     for (const char c : bytes) {
         const auto byte = static_cast<unsigned char>(c);
-        *out++ = QChar(byte < 0x80 ? char16_t(byte) : upperHalf[byte - 0x80]);
+        const char16_t character = byte < 0x80 ? char16_t(byte) : upperHalf[byte - 0x80];
+        if (character != 0 || byte == 0) {
+            text += QChar(character);
+        } else if (const char16_t *sequence = CodePageTables::sequenceFor(codePage, byte)) {
+            text += QString::fromUtf16(sequence);
+        } else {
+            text += QChar(0xFFFD);
+        }
     }
     return text;
 }
 
 // The bytes that the Macintosh double-byte scripts use alone where Windows has lead bytes or
-// nothing: no-break space, copyright, trade mark, ellipsis, and one more per script.
+// nothing, as Apple's mapping tables for the scripts give them (Unicode's VENDORS/APPLE
+// JAPANESE.TXT, CHINTRAD.TXT, KOREAN.TXT and CHINSIMP.TXT): no-break space, copyright, trade
+// mark, ellipsis, and a few more per script. Apple's private-use transcoding hints are left off.
 char16_t macSingleByte(int codePage, unsigned char byte)
 {
+    if (codePage == 10003) {
+        switch (byte) {
+        case 0x80:
+            return 0x00A0;
+        case 0x81:
+            return 0x20A9; // won sign
+        case 0x83:
+            return 0x00A9;
+        default:
+            return 0;
+        }
+    }
     switch (byte) {
     case 0x80:
-        return codePage == 10008 ? 0x00FC : codePage == 10003 ? 0 : 0x005C;
+        return codePage == 10008 ? 0x00FC : 0x005C;
     case 0xA0:
         return 0x00A0;
     case 0xFD:
-        return codePage == 10003 ? 0 : 0x00A9;
+        return 0x00A9;
     case 0xFE:
-        return codePage == 10003 ? 0 : 0x2122;
+        return 0x2122;
     case 0xFF:
-        return codePage == 10003 ? 0 : 0x2026;
+        return 0x2026;
     default:
         return 0;
     }
+}
+
+// True for a byte the Windows decoder reads as it stands alone in the Macintosh script: ASCII,
+// and the half-width katakana of Japanese. Any other byte that neither begins a character nor
+// has a character of its own would be taken by the Windows decoder as the first of two bytes,
+// swallowing the character after it.
+bool decodesAlone(int codePage, unsigned char byte)
+{
+    return byte < 0x80 || (codePage == 10001 && byte >= 0xA1 && byte <= 0xDF);
 }
 
 QString decodeMacDoubleByte(const QByteArray &bytes, int codePage)
@@ -208,10 +239,10 @@ QString decodeMacDoubleByte(const QByteArray &bytes, int codePage)
             i += 2;
             continue;
         }
-        const char16_t single = byte >= 0x80 ? macSingleByte(codePage, byte) : 0;
-        if (single) {
+        if (!decodesAlone(codePage, byte)) {
+            const char16_t single = macSingleByte(codePage, byte);
             text += decodeWithDecoder(bytes.mid(segment, i - segment), codePage);
-            text += QChar(single);
+            text += QChar(single ? single : char16_t(0xFFFD));
             segment = i + 1;
         }
         ++i;
@@ -461,7 +492,7 @@ QString decode(const QByteArray &bytes, int codePage)
     if (codePage == WindowsLatin1)
         return decodeCp1252(bytes);
     if (const char16_t *table = CodePageTables::upperHalf(codePage))
-        return decodeWithTable(bytes, table);
+        return decodeWithTable(bytes, codePage, table);
     if (codePage == 1361)
         return decodeJohab(bytes);
     if (codePage == 10001 || codePage == 10002 || codePage == 10003 || codePage == 10008)

@@ -84,6 +84,53 @@ private slots:
         QCOMPARE(RTFCodePages::decode(bytes, codePage), expected);
     }
 
+    // Positions that once decoded wrongly, each as Apple's mapping table for the script gives it.
+    void rarePositionsOfTheMacintoshScripts_data()
+    {
+        QTest::addColumn<int>("codePage");
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("Hebrew brackets written right to left")
+            << 10005 << QByteArray("\xfb\xfc\xfd\xfe\xff") << QString::fromUtf8("}]{[|");
+        QTest::newRow("Hebrew ligatures that are two characters")
+            << 10005 << QByteArray("\x81\xc0") << QString::fromUtf8("\u05f2\u05b7\u05dc\u05b9");
+        QTest::newRow("Hebrew positioning marks keep Apple's values")
+            << 10005 << QByteArray("\xc2\xc5") << QString::fromUtf8("\uf89b\uf89e");
+        QTest::newRow("Thai vowels and tone marks drawn high")
+            << 10021 << QByteArray("\x93\x94\x95\x96\x97") << QString::fromUtf8("\u0e47\u0e34\u0e35\u0e36\u0e37");
+        QTest::newRow("Thai word joiner, trade mark and registered")
+            << 10021 << QByteArray("\xdb\xee\xfa\xfb") << QString::fromUtf8("\u2060™®©");
+        QTest::newRow("Thai bytes without a character")
+            << 10021 << QByteArray("\xfc\xfd") << QString::fromUtf8("\ufffd\ufffd");
+        QTest::newRow("Korean single bytes")
+            << 10003 << QByteArray("\x80\x81\x83\xb0\xa1") << QString::fromUtf8("\u00a0₩©가");
+        // A byte that is neither a character nor the first of two must not take the next one.
+        QTest::newRow("Korean byte without a character") << 10003
+                                                         << QByteArray("\x82"
+                                                                       "ab")
+                                                         << QString::fromUtf8("\ufffdab");
+        QTest::newRow("simplified Chinese byte without a character") << 10008
+                                                                     << QByteArray("\x85"
+                                                                                   "a")
+                                                                     << QString::fromUtf8("\ufffda");
+        QTest::newRow("traditional Chinese byte without a character") << 10002
+                                                                      << QByteArray("\x90"
+                                                                                    "a\xa4\x40")
+                                                                      << QString::fromUtf8("\ufffda一");
+        QTest::newRow("Japanese half-width katakana") << 10001
+                                                      << QByteArray("\xb1\xb2"
+                                                                    "a")
+                                                      << QString::fromUtf8("ｱｲa");
+    }
+
+    void rarePositionsOfTheMacintoshScripts()
+    {
+        QFETCH(int, codePage);
+        QFETCH(QByteArray, bytes);
+        QFETCH(QString, expected);
+        QCOMPARE(RTFCodePages::decode(bytes, codePage), expected);
+    }
+
     void leadBytesOfTheDoubleBytePages()
     {
         QVERIFY(RTFCodePages::isLeadByte(10001, 0x82));

@@ -30,11 +30,24 @@ private slots:
         QTest::newRow("Symbol signs") << int(Font::Symbol) << QByteArray("\xb7\xb9\xa3 1+2")
                                       << QString::fromUtf8("•≠≤ 1+2");
         QTest::newRow("Wingdings bullets")
-            << int(Font::Wingdings) << QByteArray("\xa7\xfc\x6c\x76") << QString::fromUtf8("▪✓●❖");
+            << int(Font::Wingdings) << QByteArray("\xa7\xfc\x6c\x76\x9f") << QString::fromUtf8("▪✓⚫❖•");
         QTest::newRow("Wingdings beyond the first plane")
             << int(Font::Wingdings) << QByteArray("\x4a\x43") << QString::fromUtf8("☺👍");
         QTest::newRow("Zapf Dingbats") << int(Font::ZapfDingbats) << QByteArray("\x33\x6c\x48\xac")
                                        << QString::fromUtf8("✓●★①");
+        // Codes that once showed other pictures, as Unicode mapped the font.
+        QTest::newRow("Wingdings circled digits")
+            << int(Font::Wingdings) << QByteArray("\x80\x81\x8a\x8b\x8c") << QString::fromUtf8("🄋➀➉🄌➊");
+        QTest::newRow("Wingdings folders and documents")
+            << int(Font::Wingdings) << QByteArray("\x30\x31\x32\x36") << QString::fromUtf8("🗀🗁🗎⏳");
+        QTest::newRow("Wingdings shapes") << int(Font::Wingdings) << QByteArray("\x6e\x6f\x9e\xa0\xa1\xb2")
+                                          << QString::fromUtf8("◼🞏∙⬝⭘⯎");
+        QTest::newRow("Wingdings hand and skull")
+            << int(Font::Wingdings) << QByteArray("\x42\x48\x4e") << QString::fromUtf8("🖏🖗🕱");
+        QTest::newRow("the Windows logo keeps its private-use form")
+            << int(Font::Wingdings) << QByteArray("\xff") << QString(QChar(0xF0FF));
+        QTest::newRow("the radical extender keeps its private-use form")
+            << int(Font::Symbol) << QByteArray("\x60") << QString(QChar(0xF060));
         QTest::newRow("empty codes keep their private-use form")
             << int(Font::Symbol) << QByteArray("\x80") << QString(QChar(0xF080));
     }

@@ -92,7 +92,7 @@ BULLET = '\u2022'
 # Glyphs that are bullets wherever they stand; each counts as BULLET. Private-use characters of
 # symbol fonts (U+F000 to U+F0FF), which readers use for Symbol and Wingdings bullets, too.
 BULLETS = set('\u2022\u2023\u2043\u2219\u25aa\u25ab\u25a0\u25a1\u25cb\u25cf\u25e6\u25c6\u25c7\u25d8\u25d9'
-              '\u27a2\u27a4\u2713\u2714\u2756\u2666\u00b7')
+              '\u27a2\u27a4\u2713\u2714\u2756\u2666\u00b7\u26ab\u25fc\u2b1d')
 # Glyphs that are a list's marker only at the start of a line (after blanks) and followed by a
 # blank, as LibreOffice writes a list item: there they count as BULLET too.
 LINE_MARKERS = re.compile('^(\\s*)[-\u2013\u2014*+o\u00a7](?=\\s)', re.MULTILINE)
