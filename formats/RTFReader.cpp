@@ -2078,15 +2078,12 @@ bool RTFReader::looksLikeRTF(const QByteArray &data)
     return QByteArrayView(data).sliced(skipBlanks(i + 1)).startsWith("\\rtf");
 }
 
-bool RTFReader::read(const QByteArray &rtf, QTextDocument *document, OVError *error)
+bool RTFReader::read(const QByteArray &rtf, QTextDocument *document)
 {
     m_documentAttributes.clear();
-    m_errorString.clear();
-    if (!document || !looksLikeRTF(rtf)) {
-        m_errorString = QStringLiteral("The data is not RTF.");
-        RichText::setError(error, RichText::FileReadCorruptFileError, m_errorString);
-        return false;
-    }
+    clearError();
+    if (!document || !looksLikeRTF(rtf))
+        return fail(RichText::FileReadCorruptFileError, QStringLiteral("The data is not RTF."));
     const bool undo = document->isUndoRedoEnabled();
     document->setUndoRedoEnabled(false);
     document->clear();
@@ -2099,12 +2096,11 @@ bool RTFReader::read(const QByteArray &rtf, QTextDocument *document, OVError *er
     return true;
 }
 
-bool RTFReader::read(QIODevice *device, QTextDocument *document, OVError *error)
+bool RTFReader::read(QIODevice *device, QTextDocument *document)
 {
-    if (!device || (!device->isOpen() && !device->open(QIODevice::ReadOnly))) {
-        m_errorString = device ? device->errorString() : QStringLiteral("No device to read from.");
-        RichText::setError(error, RichText::FileReadUnknownError, m_errorString);
-        return false;
-    }
-    return read(device->readAll(), document, error);
+    clearError();
+    if (!device || (!device->isOpen() && !device->open(QIODevice::ReadOnly)))
+        return fail(RichText::FileReadUnknownError,
+                    device ? device->errorString() : QStringLiteral("No device to read from."));
+    return read(device->readAll(), document);
 }
