@@ -63,11 +63,11 @@ void AppController::applicationWillFinishLaunching()
     QFile notes(QStringLiteral(":/Notes.rtf"));
     if (notes.exists()) {
         auto document = new QTextDocument(notesTextView()); // owned by the text view
-        OVError error;
-        if (RichTextReader::read(&notes, document, QStringLiteral("Notes.rtf"), nullptr, &error))
+        RichTextReader reader;
+        if (reader.read(&notes, document, QStringLiteral("Notes.rtf")))
             notesTextView()->setDocument(document);
         else
-            qCWarning(lcApp) << "The notes could not be read:" << error.localizedDescription;
+            qCWarning(lcApp) << "The notes could not be read:" << reader.errorString();
     }
     KSNotesAppearance::follow(notesTextView());
     m_ui->importButton->setFocus(Qt::OtherFocusReason);

@@ -170,12 +170,13 @@ bool NVNoteFile::initWithFileURL(const QUrl &url, OVError *error)
 
     const QString path = url.isLocalFile() ? url.toLocalFile() : url.path();
     RTFDPackage package;
-    if (!package.readFromDirectory(path, error))
-        return false;
     auto text = std::make_shared<QTextDocument>();
     QVariantMap readAttributes;
-    if (!package.toDocument(text.get(), &readAttributes, error))
+    if (!package.readDocument(path, text.get(), &readAttributes)) {
+        if (error)
+            *error = package.error();
         return false;
+    }
     RichTextFonts::substituteFontFamily(text.get(), systemFontFamily(), userFontFamily());
     setNoteText(text);
     // The reader's attributes would be merged into documentAttributes, which is still null
@@ -229,8 +230,11 @@ std::optional<RTFDPackage> NVNoteFile::fileWrapper(OVError *error)
         return std::nullopt;
     }
     RTFDPackage package;
-    if (!RTFDPackage::fromDocument(m_noteText.get(), *m_documentAttributes, &package, error, {noteAttributesFileName}))
+    if (!package.fromDocument(m_noteText.get(), *m_documentAttributes, {noteAttributesFileName})) {
+        if (error)
+            *error = package.error();
         return std::nullopt;
+    }
     if (!addNoteAttributes(package, error))
         return std::nullopt;
     return package;
@@ -252,7 +256,8 @@ bool NVNoteFile::writeFileWrapper(RTFDPackage &package, const QString &path, OVE
         } else {
             extensionHidden = true;
         }
-        written = package.writeToDirectory(path, &failure);
+        written = package.writeToDirectory(path);
+        failure = package.error();
         if (written) {
             if (creationDate.isValid())
                 OVFileAttributes::setCreationDate(path, creationDate);
@@ -275,9 +280,12 @@ bool NVNoteFile::writeToFile(const QString &path, OVError *error)
         return false;
     }
     RTFDPackage package;
-    if (!RTFDPackage::fromDocument(m_noteText.get(), m_documentAttributes.value_or(QVariantMap()), &package, error,
-                                   {noteAttributesFileName}))
+    if (!package.fromDocument(m_noteText.get(), m_documentAttributes.value_or(QVariantMap()),
+                              {noteAttributesFileName})) {
+        if (error)
+            *error = package.error();
         return false;
+    }
     return writeFileWrapper(package, path, error);
 }
 

@@ -95,8 +95,9 @@ void KSImportOperation::convertFileToNoteOnMainThread(const QVariantMap &request
     QTextDocument document;
     OVError error;
     bool written = false;
-    QVariantMap attributes;
-    if (!RichTextReader::readFile(originalPath, &document, &attributes, &error)) {
+    RichTextReader reader;
+    if (!reader.read(originalPath, &document)) {
+        error = reader.error();
         qCWarning(lcEngine).noquote() << OVStringWithFormat(QStringLiteral("Cannot write note: %@"),
                                                             {error.wholeDescriptionInEnglish()});
         // Text that cannot be read is still the person's data: the note holds the file itself.
@@ -110,8 +111,10 @@ void KSImportOperation::convertFileToNoteOnMainThread(const QVariantMap &request
                                             {QVariant::fromValue(readFailure)});
         }
     } else {
-        result.leftOut = attributes.value(RichText::LeftOutContentAttribute).toStringList();
-        written = RTFDPackage::writeDocument(&document, notePath, {}, &error);
+        result.leftOut = reader.documentAttributes().value(RichText::LeftOutContentAttribute).toStringList();
+        RTFDPackage package;
+        written = package.writeDocument(&document, notePath);
+        error = package.error();
         if (!written)
             qCWarning(lcEngine).noquote()
                 << OVStringWithFormat(QStringLiteral("Cannot write note: %@"), {error.wholeDescriptionInEnglish()});

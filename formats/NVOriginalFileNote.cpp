@@ -137,5 +137,10 @@ bool NVOriginalFileNote::write(const QString &itemName, const QString &originalP
         const QString name = RichTextAttachment::uniqueFileName(memberName(file.name), {});
         cursor.insertImage(RichTextAttachment::makeFormat(&document, name, file.contents));
     }
-    return RTFDPackage::writeDocument(&document, notePath, {}, error);
+    RTFDPackage package;
+    if (package.writeDocument(&document, notePath))
+        return true;
+    if (error)
+        *error = package.error();
+    return false;
 }

@@ -17,71 +17,63 @@ const QString RTFDPackage::textFileName = QStringLiteral("TXT.rtf");
 
 namespace {
 
-void setSaveError(OVError *error, const QString &fileName, const QString &reason)
+QString saveFailure(const QString &fileName, const QString &reason)
 {
-    RichText::setError(error, RichText::FileWriteUnknownError,
-                       QStringLiteral("The file \u201c%1\u201d couldn\u2019t be saved: %2").arg(fileName, reason));
+    return QStringLiteral("The file \u201c%1\u201d couldn\u2019t be saved: %2").arg(fileName, reason);
 }
 
 } // namespace
 
 bool RTFDPackage::fromDocument(const QTextDocument *document, const QVariantMap &documentAttributes,
-                               RTFDPackage *package, OVError *error, const QSet<QString> &reservedNames)
+                               const QSet<QString> &reservedNames)
 {
-    if (!package) {
-        RichText::setError(error, RichText::FileWriteUnknownError, QStringLiteral("There is no package to fill."));
-        return false;
-    }
+    clearError();
     RTFWriter writer;
     writer.setAttachmentMode(RTFWriter::AttachmentMode::PackageReferences);
     QSet<QString> reserved = reservedNames;
     reserved.insert(textFileName);
     writer.setReservedFileNames(reserved);
     QByteArray rtf;
-    if (!writer.write(document, &rtf, documentAttributes, error))
-        return false;
-    package->m_files.clear();
-    package->m_files.insert(textFileName, rtf);
+    if (!writer.write(document, &rtf, documentAttributes))
+        return fail(writer.error());
+    m_files.clear();
+    m_files.insert(textFileName, rtf);
     for (const RTFWriter::Attachment &attachment : writer.attachments())
-        package->m_files.insert(attachment.fileName, attachment.contents);
+        m_files.insert(attachment.fileName, attachment.contents);
     return true;
 }
 
-bool RTFDPackage::readFromDirectory(const QString &path, OVError *error)
+bool RTFDPackage::readFromDirectory(const QString &path)
 {
+    clearError();
     m_files.clear();
     const QFileInfo info(path);
-    if (!info.exists()) {
-        RichText::setNoSuchFileError(error, info.fileName());
-        return false;
-    }
-    if (!info.isDir()) {
-        RichText::setError(error, RichText::FileReadCorruptFileError,
-                           QStringLiteral("The file \u201c%1\u201d is not a rich-text package.").arg(info.fileName()));
-        return false;
-    }
+    if (!info.exists())
+        return failNoSuchFile(info.fileName());
+    if (!info.isDir())
+        return fail(RichText::FileReadCorruptFileError,
+                    QStringLiteral("The file \u201c%1\u201d is not a rich-text package.").arg(info.fileName()));
     QDirIterator entries(path, QDir::Files | QDir::Hidden | QDir::NoSymLinks | QDir::NoDotAndDotDot);
     while (entries.hasNext()) {
         const QString filePath = entries.next();
         QFile file(filePath);
         if (!file.open(QIODevice::ReadOnly)) {
-            RichText::setError(error, RichText::FileReadUnknownError, file.errorString());
             m_files.clear();
-            return false;
+            return fail(RichText::FileReadUnknownError, file.errorString());
         }
         m_files.insert(entries.fileName(), file.readAll());
     }
     if (!m_files.contains(textFileName)) {
-        RichText::setError(error, RichText::FileReadCorruptFileError,
-                           QStringLiteral("The file \u201c%1\u201d has no text.").arg(info.fileName()));
         m_files.clear();
-        return false;
+        return fail(RichText::FileReadCorruptFileError,
+                    QStringLiteral("The file \u201c%1\u201d has no text.").arg(info.fileName()));
     }
     return true;
 }
 
-bool RTFDPackage::toDocument(QTextDocument *document, QVariantMap *documentAttributes, OVError *error) const
+bool RTFDPackage::toDocument(QTextDocument *document, QVariantMap *documentAttributes)
 {
+    clearError();
     RTFReader reader;
     // Only members of the package are handed out: a name with a folder part ("../x") is no
     // member, whatever it resolves to on disk.
@@ -97,8 +89,8 @@ bool RTFDPackage::toDocument(QTextDocument *document, QVariantMap *documentAttri
         *contents = found.value();
         return true;
     });
-    if (!reader.read(m_files.value(textFileName), document, error))
-        return false;
+    if (!reader.read(m_files.value(textFileName), document))
+        return fail(reader.error());
     if (documentAttributes) {
         *documentAttributes = reader.documentAttributes();
         documentAttributes->insert(RichText::DocumentTypeAttribute, RichText::RTFDDocumentType);
@@ -106,57 +98,45 @@ bool RTFDPackage::toDocument(QTextDocument *document, QVariantMap *documentAttri
     return true;
 }
 
-bool RTFDPackage::writeToDirectory(const QString &path, OVError *error) const
+bool RTFDPackage::writeToDirectory(const QString &path)
 {
+    clearError();
     const QFileInfo target(path);
     const QString parent = target.absolutePath();
-    if (target.fileName().isEmpty() || !QFileInfo(parent).isDir()) {
-        RichText::setError(error, RichText::FileWriteInvalidFileNameError,
-                           QStringLiteral("The folder for \u201c%1\u201d doesn\u2019t exist.").arg(path));
-        return false;
-    }
+    if (target.fileName().isEmpty() || !QFileInfo(parent).isDir())
+        return fail(RichText::FileWriteInvalidFileNameError,
+                    QStringLiteral("The folder for \u201c%1\u201d doesn\u2019t exist.").arg(path));
     // A short name of its own: the package's name may already be as long as a name can be.
     QTemporaryDir staging(parent + QStringLiteral("/.rtfd-XXXXXX"));
-    if (!staging.isValid()) {
-        setSaveError(error, target.fileName(), staging.errorString());
-        return false;
-    }
+    if (!staging.isValid())
+        return fail(RichText::FileWriteUnknownError, saveFailure(target.fileName(), staging.errorString()));
     for (auto it = m_files.constBegin(); it != m_files.constEnd(); ++it) {
         if (it.key().isEmpty() || it.key().contains(QLatin1Char('/')) || it.key() == QLatin1String(".")
-            || it.key() == QLatin1String("..")) {
-            RichText::setError(error, RichText::FileWriteInvalidFileNameError,
-                               QStringLiteral("\u201c%1\u201d is not a valid file name in a package.").arg(it.key()));
-            return false;
-        }
+            || it.key() == QLatin1String(".."))
+            return fail(RichText::FileWriteInvalidFileNameError,
+                        QStringLiteral("\u201c%1\u201d is not a valid file name in a package.").arg(it.key()));
         QFile file(staging.filePath(it.key()));
-        if (!file.open(QIODevice::WriteOnly) || file.write(it.value()) != it.value().size() || !file.flush()) {
-            setSaveError(error, target.fileName(), file.errorString());
-            return false;
-        }
+        if (!file.open(QIODevice::WriteOnly) || file.write(it.value()) != it.value().size() || !file.flush())
+            return fail(RichText::FileWriteUnknownError, saveFailure(target.fileName(), file.errorString()));
     }
     QFile::setPermissions(staging.path(),
                           QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner
                               | QFileDevice::ReadGroup | QFileDevice::ExeGroup | QFileDevice::ReadOther
                               | QFileDevice::ExeOther);
     QString reason;
-    if (!DirectoryReplacement::replace(staging.path(), target.absoluteFilePath(), &reason)) {
-        setSaveError(error, target.fileName(), reason);
-        return false;
-    }
+    if (!DirectoryReplacement::replace(staging.path(), target.absoluteFilePath(), &reason))
+        return fail(RichText::FileWriteUnknownError, saveFailure(target.fileName(), reason));
     staging.setAutoRemove(false);
     return true;
 }
 
-bool RTFDPackage::readDocument(const QString &path, QTextDocument *document, QVariantMap *documentAttributes,
-                               OVError *error)
+bool RTFDPackage::readDocument(const QString &path, QTextDocument *document, QVariantMap *documentAttributes)
 {
-    RTFDPackage package;
-    return package.readFromDirectory(path, error) && package.toDocument(document, documentAttributes, error);
+    return readFromDirectory(path) && toDocument(document, documentAttributes);
 }
 
 bool RTFDPackage::writeDocument(const QTextDocument *document, const QString &path,
-                                const QVariantMap &documentAttributes, OVError *error)
+                                const QVariantMap &documentAttributes)
 {
-    RTFDPackage package;
-    return fromDocument(document, documentAttributes, &package, error) && package.writeToDirectory(path, error);
+    return fromDocument(document, documentAttributes) && writeToDirectory(path);
 }

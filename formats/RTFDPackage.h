@@ -3,7 +3,7 @@
 // folder, turned back into a document, and written to disk atomically.
 #pragma once
 
-#include "foundation/OVError.h"
+#include "formats/RichTextError.h"
 
 #include <QByteArray>
 #include <QMap>
@@ -14,7 +14,7 @@
 
 class QTextDocument;
 
-class RTFDPackage
+class RTFDPackage : public RichTextError
 {
 public:
     static const QString textFileName; // "TXT.rtf"
@@ -26,29 +26,29 @@ public:
     // Adds a member or replaces the one of the same name.
     void setFile(const QString &name, const QByteArray &contents) { m_files.insert(name, contents); }
 
-    // The package of the whole document: its RTF and every attachment under a name unique in
-    // the package and different from `reservedNames`.
-    [[nodiscard]] static bool fromDocument(const QTextDocument *document, const QVariantMap &documentAttributes,
-                                           RTFDPackage *package, OVError *error = nullptr,
-                                           const QSet<QString> &reservedNames = {});
+    // Every call below answers false on failure, with the reason in errorString() and error().
+
+    // Makes this the package of the whole document: its RTF and every attachment under a name
+    // unique in the package and different from `reservedNames`.
+    [[nodiscard]] bool fromDocument(const QTextDocument *document, const QVariantMap &documentAttributes = {},
+                                    const QSet<QString> &reservedNames = {});
 
     // Loads the regular files directly inside the folder. Symbolic links and sub-folders are
     // not followed, so nothing outside the package is read.
-    [[nodiscard]] bool readFromDirectory(const QString &path, OVError *error = nullptr);
+    [[nodiscard]] bool readFromDirectory(const QString &path);
 
     // The text of the package with its attachments; the document type reported is RTFD.
-    [[nodiscard]] bool toDocument(QTextDocument *document, QVariantMap *documentAttributes = nullptr,
-                                  OVError *error = nullptr) const;
+    [[nodiscard]] bool toDocument(QTextDocument *document, QVariantMap *documentAttributes = nullptr);
 
     // Writes the members into a new folder beside `path` and puts it in place of whatever
     // was there in one step; on failure the old item stays.
-    [[nodiscard]] bool writeToDirectory(const QString &path, OVError *error = nullptr) const;
+    [[nodiscard]] bool writeToDirectory(const QString &path);
 
     // Shorthands for reading a package folder into a document and writing a document as one.
-    [[nodiscard]] static bool readDocument(const QString &path, QTextDocument *document,
-                                           QVariantMap *documentAttributes = nullptr, OVError *error = nullptr);
-    [[nodiscard]] static bool writeDocument(const QTextDocument *document, const QString &path,
-                                            const QVariantMap &documentAttributes = {}, OVError *error = nullptr);
+    [[nodiscard]] bool readDocument(const QString &path, QTextDocument *document,
+                                    QVariantMap *documentAttributes = nullptr);
+    [[nodiscard]] bool writeDocument(const QTextDocument *document, const QString &path,
+                                     const QVariantMap &documentAttributes = {});
 
 private:
     QMap<QString, QByteArray> m_files;

@@ -2,7 +2,7 @@
 // paragraph formatting, links, pictures and the attachments of an RTFD package.
 #pragma once
 
-#include "foundation/OVError.h"
+#include "formats/RichTextError.h"
 
 #include <QByteArray>
 #include <QString>
@@ -12,7 +12,7 @@
 class QIODevice;
 class QTextDocument;
 
-class RTFReader
+class RTFReader : public RichTextError
 {
 public:
     // Hands over the bytes of an attachment named by the text (\NeXTGraphic), or answers false
@@ -23,16 +23,14 @@ public:
 
     // Replaces the document's content with the RTF. Damaged input (unbalanced braces, cut-off
     // files, absurd numbers) gives whatever text can be read; only data that is not RTF at all
-    // fails.
-    [[nodiscard]] bool read(const QByteArray &rtf, QTextDocument *document, OVError *error = nullptr);
-    [[nodiscard]] bool read(QIODevice *device, QTextDocument *document, OVError *error = nullptr);
+    // fails, with the reason in errorString().
+    [[nodiscard]] bool read(const QByteArray &rtf, QTextDocument *document);
+    // The same from a device, opened for reading when it is not open yet.
+    [[nodiscard]] bool read(QIODevice *device, QTextDocument *document);
 
     // The document attributes found by the last read: type, background colour, information
     // fields (see RichTextAttributes.h).
     QVariantMap documentAttributes() const { return m_documentAttributes; }
-
-    bool hasError() const { return !m_errorString.isEmpty(); }
-    QString errorString() const { return m_errorString; }
 
     // True when data begins like RTF (leading white space allowed).
     static bool looksLikeRTF(const QByteArray &data);
@@ -40,5 +38,4 @@ public:
 private:
     AttachmentLoader m_attachmentLoader;
     QVariantMap m_documentAttributes;
-    QString m_errorString;
 };

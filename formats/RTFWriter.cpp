@@ -645,32 +645,25 @@ QByteArray Writer::writeText()
 
 } // namespace
 
-bool RTFWriter::write(const QTextDocument *document, QByteArray *rtf, const QVariantMap &documentAttributes,
-                      OVError *error)
+bool RTFWriter::write(const QTextDocument *document, QByteArray *rtf, const QVariantMap &documentAttributes)
 {
     m_attachments.clear();
-    m_errorString.clear();
-    if (!document || !rtf) {
-        m_errorString = QStringLiteral("There is no document to write.");
-        RichText::setError(error, RichText::FileWriteUnknownError, m_errorString);
-        return false;
-    }
+    clearError();
+    if (!document || !rtf)
+        return fail(RichText::FileWriteUnknownError, QStringLiteral("There is no document to write."));
     Writer writer(document, m_mode, m_reservedNames);
     *rtf = writer.write(documentAttributes);
     m_attachments = writer.attachments();
     return true;
 }
 
-bool RTFWriter::write(const QTextDocument *document, QIODevice *device, const QVariantMap &documentAttributes,
-                      OVError *error)
+bool RTFWriter::write(const QTextDocument *document, QIODevice *device, const QVariantMap &documentAttributes)
 {
     QByteArray rtf;
-    if (!write(document, &rtf, documentAttributes, error))
+    if (!write(document, &rtf, documentAttributes))
         return false;
-    if (!device || (!device->isOpen() && !device->open(QIODevice::WriteOnly)) || device->write(rtf) != rtf.size()) {
-        m_errorString = device ? device->errorString() : QStringLiteral("No device to write to.");
-        RichText::setError(error, RichText::FileWriteUnknownError, m_errorString);
-        return false;
-    }
+    if (!device || (!device->isOpen() && !device->open(QIODevice::WriteOnly)) || device->write(rtf) != rtf.size())
+        return fail(RichText::FileWriteUnknownError,
+                    device ? device->errorString() : QStringLiteral("No device to write to."));
     return true;
 }

@@ -3,7 +3,7 @@
 // or referenced as files of an RTFD package.
 #pragma once
 
-#include "foundation/OVError.h"
+#include "formats/RichTextError.h"
 
 #include <QByteArray>
 #include <QList>
@@ -14,7 +14,7 @@
 class QIODevice;
 class QTextDocument;
 
-class RTFWriter
+class RTFWriter : public RichTextError
 {
 public:
     enum class AttachmentMode {
@@ -38,20 +38,19 @@ public:
     void setReservedFileNames(const QSet<QString> &names) { m_reservedNames = names; }
 
     // Writes the whole document. Document attributes understood: background colour and the
-    // information fields (see RichTextAttributes.h).
-    [[nodiscard]] bool write(const QTextDocument *document, QByteArray *rtf, const QVariantMap &documentAttributes = {},
-                             OVError *error = nullptr);
+    // information fields (see RichTextAttributes.h). False, with the reason in errorString(),
+    // when there is no document or the device cannot take the bytes.
+    [[nodiscard]] bool write(const QTextDocument *document, QByteArray *rtf,
+                             const QVariantMap &documentAttributes = {});
+    // The same into a device, opened for writing when it is not open yet.
     [[nodiscard]] bool write(const QTextDocument *document, QIODevice *device,
-                             const QVariantMap &documentAttributes = {}, OVError *error = nullptr);
+                             const QVariantMap &documentAttributes = {});
 
     // The files the last write referenced, in the order of the text.
     QList<Attachment> attachments() const { return m_attachments; }
-
-    QString errorString() const { return m_errorString; }
 
 private:
     AttachmentMode m_mode = AttachmentMode::EmbeddedPictures;
     QSet<QString> m_reservedNames;
     QList<Attachment> m_attachments;
-    QString m_errorString;
 };

@@ -117,12 +117,11 @@ QString decodeHTML(const QByteArray &data)
     return RichTextReader::decodePlainText(data);
 }
 
-void setNotText(OVError *error, const QString &fileName)
+QString notTextReason(const QString &fileName)
 {
-    RichText::setError(error, RichText::FileReadCorruptFileError,
-                       QStringLiteral("The file \u201c%1\u201d couldn\u2019t be opened because it isn\u2019t in the "
-                                      "correct format.")
-                           .arg(fileName));
+    return QStringLiteral("The file \u201c%1\u201d couldn\u2019t be opened because it isn\u2019t in the "
+                          "correct format.")
+        .arg(fileName);
 }
 
 } // namespace
@@ -165,19 +164,18 @@ QString RichTextReader::decodePlainText(const QByteArray &data)
     return RTFCodePages::decodeLegacyText(data);
 }
 
-bool RichTextReader::readData(const QByteArray &data, QTextDocument *document, const QString &fileName,
-                              QVariantMap *documentAttributes, OVError *error)
+bool RichTextReader::readData(const QByteArray &data, QTextDocument *document, const QString &fileName)
 {
-    if (!document) {
-        RichText::setError(error, RichText::FileReadUnknownError, QStringLiteral("There is no document to read into."));
-        return false;
-    }
+    m_documentAttributes.clear();
+    clearError();
+    if (!document)
+        return fail(RichText::FileReadUnknownError, QStringLiteral("There is no document to read into."));
     QVariantMap attributes;
     switch (readingFormat(data, fileName)) {
     case Format::RTF: {
         RTFReader reader;
-        if (!reader.read(data, document, error))
-            return false;
+        if (!reader.read(data, document))
+            return fail(reader.error());
         attributes = reader.documentAttributes();
         break;
     }
@@ -203,41 +201,39 @@ bool RichTextReader::readData(const QByteArray &data, QTextDocument *document, c
     }
     case Format::RTFD:
     case Format::Unknown:
-        setNotText(error, fileName);
-        return false;
+        return fail(RichText::FileReadCorruptFileError, notTextReason(fileName));
     }
-    if (documentAttributes)
-        *documentAttributes = attributes;
+    m_documentAttributes = attributes;
     return true;
 }
 
-bool RichTextReader::read(QIODevice *device, QTextDocument *document, const QString &fileName,
-                          QVariantMap *documentAttributes, OVError *error)
+bool RichTextReader::read(QIODevice *device, QTextDocument *document, const QString &fileName)
 {
-    if (!device || (!device->isOpen() && !device->open(QIODevice::ReadOnly))) {
-        RichText::setError(error, RichText::FileReadUnknownError,
-                           device ? device->errorString() : QStringLiteral("No device to read from."));
-        return false;
-    }
-    return readData(device->readAll(), document, fileName, documentAttributes, error);
+    m_documentAttributes.clear();
+    clearError();
+    if (!device || (!device->isOpen() && !device->open(QIODevice::ReadOnly)))
+        return fail(RichText::FileReadUnknownError,
+                    device ? device->errorString() : QStringLiteral("No device to read from."));
+    return readData(device->readAll(), document, fileName);
 }
 
-bool RichTextReader::readFile(const QString &path, QTextDocument *document, QVariantMap *documentAttributes,
-                              OVError *error)
+bool RichTextReader::read(const QString &path, QTextDocument *document)
 {
+    m_documentAttributes.clear();
+    clearError();
     const QFileInfo info(path);
-    if (!info.exists()) {
-        RichText::setNoSuchFileError(error, info.fileName());
-        return false;
+    if (!info.exists())
+        return failNoSuchFile(info.fileName());
+    if (info.isDir()) {
+        RTFDPackage package;
+        if (!package.readDocument(path, document, &m_documentAttributes))
+            return fail(package.error());
+        return true;
     }
-    if (info.isDir())
-        return RTFDPackage::readDocument(path, document, documentAttributes, error);
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        RichText::setError(error, RichText::FileReadUnknownError,
-                           QStringLiteral("The file \u201c%1\u201d couldn\u2019t be opened: %2")
-                               .arg(info.fileName(), file.errorString()));
-        return false;
-    }
-    return read(&file, document, info.fileName(), documentAttributes, error);
+    if (!file.open(QIODevice::ReadOnly))
+        return fail(RichText::FileReadUnknownError,
+                    QStringLiteral("The file \u201c%1\u201d couldn\u2019t be opened: %2")
+                        .arg(info.fileName(), file.errorString()));
+    return read(&file, document, info.fileName());
 }

@@ -4,7 +4,7 @@
 // only a ".txt" name is taken at its word, so that a plain note beginning "{\rtf" stays text.
 #pragma once
 
-#include "foundation/OVError.h"
+#include "formats/RichTextError.h"
 
 #include <QByteArray>
 #include <QString>
@@ -13,7 +13,7 @@
 class QIODevice;
 class QTextDocument;
 
-class RichTextReader
+class RichTextReader : public RichTextError
 {
 public:
     enum class Format { Unknown, RTF, RTFD, PlainText, HTML, Markdown };
@@ -23,17 +23,21 @@ public:
     static Format detectFormat(const QByteArray &data, const QString &fileName = QString());
 
     // Reads a file or an RTFD package folder. Fails for missing files, folders that are not
-    // packages, and binary data that is no text. A ".txt" name (any case) is read as plain
-    // text whatever its first bytes, here and in readData and read.
-    [[nodiscard]] static bool readFile(const QString &path, QTextDocument *document,
-                                       QVariantMap *documentAttributes = nullptr, OVError *error = nullptr);
-    [[nodiscard]] static bool readData(const QByteArray &data, QTextDocument *document,
-                                       const QString &fileName = QString(), QVariantMap *documentAttributes = nullptr,
-                                       OVError *error = nullptr);
-    [[nodiscard]] static bool read(QIODevice *device, QTextDocument *document, const QString &fileName = QString(),
-                                   QVariantMap *documentAttributes = nullptr, OVError *error = nullptr);
+    // packages, and binary data that is no text, with the reason in errorString(). A ".txt"
+    // name (any case) is read as plain text whatever its first bytes, here and in the overloads.
+    [[nodiscard]] bool read(const QString &path, QTextDocument *document);
+    // The same from a device, opened for reading when it is not open yet; `fileName` (may be
+    // empty) stands for the name of the file the bytes come from.
+    [[nodiscard]] bool read(QIODevice *device, QTextDocument *document, const QString &fileName = QString());
+    [[nodiscard]] bool readData(const QByteArray &data, QTextDocument *document, const QString &fileName = QString());
+
+    // The document attributes found by the last read (see RichTextAttributes.h).
+    QVariantMap documentAttributes() const { return m_documentAttributes; }
 
     // Plain text bytes decoded: a byte-order mark decides, then valid UTF-8, then UTF-16
     // recognised by its zero bytes, else a legacy eight-bit encoding.
     static QString decodePlainText(const QByteArray &data);
+
+private:
+    QVariantMap m_documentAttributes;
 };

@@ -64,7 +64,7 @@ void rtfdPackage(const QByteArray &data)
         return;
     // What was read can be packed again.
     RTFDPackage again;
-    (void)RTFDPackage::fromDocument(&document, attributes, &again);
+    (void)again.fromDocument(&document, attributes);
 }
 
 void propertyList(const QByteArray &data)

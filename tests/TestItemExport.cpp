@@ -454,7 +454,7 @@ private slots:
         QCOMPARE(record(QStringLiteral("N1")).value(QStringLiteral("itemType")), OVPlist(1));
         QVERIFY(QFileInfo::exists(QDir(notes).filePath(QStringLiteral("Agenda.nvnote/TXT.rtf"))));
         QTextDocument document;
-        QVERIFY(RTFDPackage::readDocument(QDir(notes).filePath(QStringLiteral("Agenda 1.nvnote")), &document));
+        QVERIFY(RTFDPackage().readDocument(QDir(notes).filePath(QStringLiteral("Agenda 1.nvnote")), &document));
         QVERIFY(document.toPlainText().contains(QStringLiteral("Hello bold world")));
         QVERIFY(logText().contains(QStringLiteral("Exporting item with identifier as note: N2")));
     }
@@ -538,8 +538,7 @@ private slots:
         QVERIFY(m_operation->itemProblems().isEmpty());
         QCOMPARE(m_delegate->errors.size(), 0);
         QTextDocument document;
-        QVERIFY(
-            RichTextReader::readFile(QDir(exportFolder()).filePath(QStringLiteral("Notes/Letter.nvnote")), &document));
+        QVERIFY(RichTextReader().read(QDir(exportFolder()).filePath(QStringLiteral("Notes/Letter.nvnote")), &document));
         QCOMPARE(document.toPlainText().trimmed(), QStringLiteral("Dear reader"));
     }
 
@@ -549,8 +548,7 @@ private slots:
         source().setExportFile(note, QStringLiteral("Plain.txt"), "{\\rtf1 is how rich text begins");
         run();
         QTextDocument document;
-        QVERIFY(
-            RichTextReader::readFile(QDir(exportFolder()).filePath(QStringLiteral("Notes/Plain.nvnote")), &document));
+        QVERIFY(RichTextReader().read(QDir(exportFolder()).filePath(QStringLiteral("Notes/Plain.nvnote")), &document));
         QCOMPARE(document.toPlainText(), QStringLiteral("{\\rtf1 is how rich text begins"));
         QVERIFY(m_operation->itemProblems().isEmpty());
     }

@@ -317,7 +317,7 @@ private slots:
         QVERIFY(note->writeFileWrapper(copy, viaWrapper));
         QTextDocument back;
         QVariantMap read;
-        QVERIFY(RTFDPackage::readDocument(viaWrapper, &back, &read));
+        QVERIFY(RTFDPackage().readDocument(viaWrapper, &back, &read));
         QCOMPARE(read.value(RichText::BackgroundColorAttribute).value<QColor>(), QColor(10, 200, 30));
     }
 

@@ -228,9 +228,9 @@ QString bookmarkAddress(const QString &path)
 QString noteText(const QString &package)
 {
     QTextDocument document;
-    OVError error;
-    if (!RichTextReader::readFile(package, &document, nullptr, &error))
-        return QStringLiteral("(unreadable: %1)").arg(error.localizedDescription);
+    RichTextReader reader;
+    if (!reader.read(package, &document))
+        return QStringLiteral("(unreadable: %1)").arg(reader.errorString());
     return document.toPlainText();
 }
 

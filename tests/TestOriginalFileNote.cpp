@@ -32,9 +32,9 @@ QByteArray binaryBytes(int size)
 QString noteText(const QString &notePath)
 {
     QTextDocument document;
-    OVError error;
-    if (!RichTextReader::readFile(notePath, &document, nullptr, &error))
-        qWarning("reading the note failed: %s", qPrintable(error.localizedDescription));
+    RichTextReader reader;
+    if (!reader.read(notePath, &document))
+        qWarning("reading the note failed: %s", qPrintable(reader.errorString()));
     return document.toPlainText();
 }
 
@@ -95,7 +95,7 @@ private slots:
         const QString original = work.filePath(QStringLiteral("Scan.txt"));
         QVERIFY(writeFile(original, bytes));
         QTextDocument unreadable;
-        QVERIFY(!RichTextReader::readFile(original, &unreadable));
+        QVERIFY(!RichTextReader().read(original, &unreadable));
         const QString note = work.filePath(QStringLiteral("Scan.nvnote"));
         QVERIFY(NVOriginalFileNote::write(QStringLiteral("Scan"), original, note));
         QCOMPARE(fileContents(note + QStringLiteral("/Scan.txt")), bytes);

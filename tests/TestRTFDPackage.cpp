@@ -70,9 +70,8 @@ private slots:
         KI_REQUIRE_FIXTURE(path, fixture);
         QTextDocument document;
         QVariantMap attributes;
-        OVError error;
-        QVERIFY2(RTFDPackage::readDocument(path, &document, &attributes, &error),
-                 qPrintable(error.localizedDescription));
+        RTFDPackage package;
+        QVERIFY2(package.readDocument(path, &document, &attributes), qPrintable(package.errorString()));
         QCOMPARE(attributes.value(RichText::DocumentTypeAttribute).toString(), RichText::RTFDDocumentType);
         const auto found = attachmentsOf(document);
         QStringList names;
@@ -85,7 +84,8 @@ private slots:
         // Written out and read back: the same text and the same files.
         QTemporaryDir work;
         const QString copy = work.filePath(QStringLiteral("copy.rtfd"));
-        QVERIFY2(RTFDPackage::writeDocument(&document, copy, {}, &error), qPrintable(error.localizedDescription));
+        RTFDPackage written;
+        QVERIFY2(written.writeDocument(&document, copy), qPrintable(written.errorString()));
         QStringList expectedFiles = attachments;
         expectedFiles << QStringLiteral("TXT.rtf");
         expectedFiles.sort();
@@ -93,7 +93,7 @@ private slots:
         for (const QString &name : attachments)
             QCOMPARE(fileContents(copy + QLatin1Char('/') + name), fileContents(path + QLatin1Char('/') + name));
         QTextDocument back;
-        QVERIFY(RTFDPackage::readDocument(copy, &back));
+        QVERIFY(RTFDPackage().readDocument(copy, &back));
         QCOMPARE(back.toRawText(), document.toRawText());
         QCOMPARE(attachmentsOf(back), found);
     }
@@ -105,7 +105,7 @@ private slots:
         QVERIFY(QDir().mkpath(path));
         QVERIFY(writeFile(path + QStringLiteral("/TXT.rtf"), "{\\rtf1\\ansi Only text}"));
         QTextDocument document;
-        QVERIFY(RTFDPackage::readDocument(path, &document));
+        QVERIFY(RTFDPackage().readDocument(path, &document));
         QCOMPARE(document.toPlainText(), QStringLiteral("Only text"));
     }
 
@@ -113,11 +113,12 @@ private slots:
     {
         QTemporaryDir work;
         QTextDocument document;
-        OVError error;
-        QVERIFY(!RTFDPackage::readDocument(work.filePath(QStringLiteral("none.rtfd")), &document, nullptr, &error));
-        QCOMPARE(error.code, qint64(RichText::FileReadNoSuchFileError));
-        QVERIFY(!RTFDPackage::readDocument(work.path(), &document, nullptr, &error));
-        QCOMPARE(error.code, qint64(RichText::FileReadCorruptFileError));
+        RTFDPackage package;
+        QVERIFY(!package.readDocument(work.filePath(QStringLiteral("none.rtfd")), &document));
+        QCOMPARE(package.error().code, qint64(RichText::FileReadNoSuchFileError));
+        QVERIFY(!package.readDocument(work.path(), &document));
+        QCOMPARE(package.error().code, qint64(RichText::FileReadCorruptFileError));
+        QVERIFY(package.isEmpty());
     }
 
     void attachmentsNamingMissingOrOutsideFilesAreLeftOut()
@@ -135,7 +136,7 @@ private slots:
                                        QByteArray("sub"), QByteArray(".."), QByteArray("TXT.rtf")}) {
             QVERIFY(writeFile(path + QStringLiteral("/TXT.rtf"), attachmentRTF(name)));
             QTextDocument document;
-            QVERIFY(RTFDPackage::readDocument(path, &document));
+            QVERIFY(RTFDPackage().readDocument(path, &document));
             QCOMPARE(document.toRawText(), QStringLiteral("before  after"));
         }
     }
@@ -151,7 +152,7 @@ private slots:
         QVERIFY(writeFile(path + QString::fromUtf8("/biblioth\u00e8que.png"), png));
         QVERIFY(writeFile(path + QStringLiteral("/TXT.rtf"), attachmentRTF("bibliothe\xcc\x80que.png")));
         QTextDocument document;
-        QVERIFY(RTFDPackage::readDocument(path, &document));
+        QVERIFY(RTFDPackage().readDocument(path, &document));
         QCOMPARE(attachmentsOf(document).size(), 1);
         QCOMPARE(attachmentsOf(document).first().second, png);
     }
@@ -167,10 +168,10 @@ private slots:
         QVERIFY(writeFile(path + QStringLiteral("/data.bin"), binary));
         QVERIFY(writeFile(path + QStringLiteral("/TXT.rtf"), attachmentRTF("data.bin")));
         QTextDocument document;
-        QVERIFY(RTFDPackage::readDocument(path, &document));
+        QVERIFY(RTFDPackage().readDocument(path, &document));
         QCOMPARE(attachmentsOf(document).value(0).second, binary);
         const QString copy = work.filePath(QStringLiteral("copy.rtfd"));
-        QVERIFY(RTFDPackage::writeDocument(&document, copy));
+        QVERIFY(RTFDPackage().writeDocument(&document, copy));
         QCOMPARE(fileContents(copy + QStringLiteral("/data.bin")), binary);
         QVERIFY(
             fileContents(copy + QStringLiteral("/TXT.rtf")).contains("\\NeXTGraphic data.bin \\width400 \\height400"));
@@ -190,7 +191,7 @@ private slots:
         cursor.insertText(QString(QChar::ObjectReplacementCharacter),
                           RichTextAttachment::makeFormat(&document, QStringLiteral("NoteAttributes"), "n"));
         RTFDPackage package;
-        QVERIFY(RTFDPackage::fromDocument(&document, {}, &package, nullptr, {QStringLiteral("NoteAttributes")}));
+        QVERIFY(package.fromDocument(&document, {}, {QStringLiteral("NoteAttributes")}));
         QCOMPARE(package.fileNames(),
                  (QStringList {QStringLiteral("-evil-TXT.rtf"), QStringLiteral("NoteAttributes 2"),
                                QStringLiteral("TXT.rtf"), QStringLiteral("a 2.png"), QStringLiteral("a.png")}));
@@ -212,7 +213,7 @@ private slots:
         format.setName(QStringLiteral("mem://pic"));
         cursor.insertImage(format);
         RTFDPackage package;
-        QVERIFY(RTFDPackage::fromDocument(&document, {}, &package));
+        QVERIFY(package.fromDocument(&document));
         QCOMPARE(package.fileNames(), (QStringList {QStringLiteral("TXT.rtf"), QStringLiteral("pic.png")}));
         QImage written;
         QVERIFY(written.loadFromData(package.file(QStringLiteral("pic.png")), "PNG"));
@@ -228,10 +229,10 @@ private slots:
         QVERIFY(writeFile(path + QStringLiteral("/stale.png"), "stale"));
         QTextDocument document;
         document.setPlainText(QStringLiteral("new"));
-        QVERIFY(RTFDPackage::writeDocument(&document, path));
+        QVERIFY(RTFDPackage().writeDocument(&document, path));
         QCOMPARE(QDir(path).entryList(QDir::Files), QStringList {QStringLiteral("TXT.rtf")});
         QTextDocument back;
-        QVERIFY(RTFDPackage::readDocument(path, &back));
+        QVERIFY(RTFDPackage().readDocument(path, &back));
         QCOMPARE(back.toPlainText(), QStringLiteral("new"));
         // No staging folders are left behind.
         QCOMPARE(QDir(work.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
@@ -245,7 +246,7 @@ private slots:
         QVERIFY(writeFile(path, "plain file"));
         QTextDocument document;
         document.setPlainText(QStringLiteral("package"));
-        QVERIFY(RTFDPackage::writeDocument(&document, path));
+        QVERIFY(RTFDPackage().writeDocument(&document, path));
         QVERIFY(QFileInfo(path).isDir());
     }
 
@@ -254,17 +255,16 @@ private slots:
         QTemporaryDir work;
         QTextDocument document;
         document.setPlainText(QStringLiteral("x"));
-        OVError error;
-        QVERIFY(
-            !RTFDPackage::writeDocument(&document, work.filePath(QStringLiteral("no/such/folder/n.rtfd")), {}, &error));
-        QCOMPARE(error.domain, RichText::ErrorDomain);
-        QVERIFY(!error.localizedDescription.isEmpty());
+        RTFDPackage package;
+        QVERIFY(!package.writeDocument(&document, work.filePath(QStringLiteral("no/such/folder/n.rtfd"))));
+        QCOMPARE(package.error().domain, RichText::ErrorDomain);
+        QVERIFY(!package.errorString().isEmpty());
         RTFDPackage bad;
         bad.setFile(QStringLiteral("TXT.rtf"), "{\\rtf1 x}");
         bad.setFile(QStringLiteral("../escape"), "x");
         const QString path = work.filePath(QStringLiteral("bad.rtfd"));
-        QVERIFY(!bad.writeToDirectory(path, &error));
-        QCOMPARE(error.code, qint64(RichText::FileWriteInvalidFileNameError));
+        QVERIFY(!bad.writeToDirectory(path));
+        QCOMPARE(bad.error().code, qint64(RichText::FileWriteInvalidFileNameError));
         QCOMPARE(QDir(work.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), QStringList());
         QVERIFY(!QFileInfo::exists(work.filePath(QStringLiteral("escape"))));
     }

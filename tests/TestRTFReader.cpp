@@ -108,11 +108,14 @@ private slots:
     {
         QTextDocument document;
         RTFReader reader;
-        OVError error;
-        QVERIFY(!reader.read(QByteArray("hello"), &document, &error));
-        QCOMPARE(error.domain, RichText::ErrorDomain);
-        QCOMPARE(error.code, qint64(RichText::FileReadCorruptFileError));
+        QVERIFY(!reader.read(QByteArray("hello"), &document));
+        QCOMPARE(reader.error().domain, RichText::ErrorDomain);
+        QCOMPARE(reader.error().code, qint64(RichText::FileReadCorruptFileError));
         QVERIFY(reader.hasError());
+        QCOMPARE(reader.errorString(), QStringLiteral("The data is not RTF."));
+        // A read that succeeds forgets the failure before it.
+        QVERIFY(reader.read(wrap("fine"), &document));
+        QVERIFY(!reader.hasError());
     }
 
     void readsThroughADevice()
@@ -709,8 +712,8 @@ private slots:
         QFETCH(QStringList, absent);
         KI_REQUIRE_CORPUS(path, file);
         QTextDocument document;
-        OVError error;
-        QVERIFY2(RichTextReader::readFile(path, &document, nullptr, &error), qPrintable(error.localizedDescription));
+        RichTextReader reader;
+        QVERIFY2(reader.read(path, &document), qPrintable(reader.errorString()));
         const QString text = document.toPlainText();
         for (const QString &part : std::as_const(expected))
             QVERIFY2(text.contains(part), qPrintable(part));
@@ -741,9 +744,8 @@ private slots:
         QString rtfPath = path;
         if (fixture.endsWith(QLatin1String(".rtfd"))) {
             rtfPath = path + QStringLiteral("/TXT.rtf");
-            OVError error;
-            QVERIFY2(RTFDPackage::readDocument(path, &document, nullptr, &error),
-                     qPrintable(error.localizedDescription));
+            RTFDPackage package;
+            QVERIFY2(package.readDocument(path, &document), qPrintable(package.errorString()));
         } else {
             QFile file(path);
             QVERIFY(file.open(QIODevice::ReadOnly));

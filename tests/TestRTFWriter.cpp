@@ -248,6 +248,25 @@ private slots:
         QCOMPARE(bytes, writeRTF(document));
     }
 
+    void aDeviceThatTakesNothingFails()
+    {
+        QTextDocument document;
+        document.setPlainText(QStringLiteral("device"));
+        QByteArray bytes;
+        QBuffer buffer(&bytes);
+        QVERIFY(buffer.open(QIODevice::ReadOnly));
+        RTFWriter writer;
+        QVERIFY(!writer.write(&document, &buffer));
+        QVERIFY(writer.hasError());
+        QCOMPARE(writer.error().domain, RichText::ErrorDomain);
+        QCOMPARE(writer.error().code, qint64(RichText::FileWriteUnknownError));
+        QVERIFY(!writer.errorString().isEmpty());
+        QVERIFY(!writer.write(nullptr, &bytes));
+        QCOMPARE(writer.errorString(), QStringLiteral("There is no document to write."));
+        QVERIFY(writer.write(&document, &bytes));
+        QVERIFY(!writer.hasError());
+    }
+
     void formattingSurvivesARoundTrip()
     {
         QTextDocument original;

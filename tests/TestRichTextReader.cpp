@@ -21,7 +21,10 @@ using TestSupport::writeFile;
 QString readFileText(const QString &path, QVariantMap *attributes = nullptr, bool *ok = nullptr)
 {
     QTextDocument document;
-    const bool read = RichTextReader::readFile(path, &document, attributes);
+    RichTextReader reader;
+    const bool read = reader.read(path, &document);
+    if (attributes)
+        *attributes = reader.documentAttributes();
     if (ok)
         *ok = read;
     return document.toPlainText();
@@ -93,8 +96,9 @@ private slots:
         QFETCH(QByteArray, data);
         QFETCH(QString, expected);
         QTextDocument document;
-        QVariantMap attributes;
-        QVERIFY(RichTextReader::readData(data, &document, QStringLiteral("note.txt"), &attributes));
+        RichTextReader reader;
+        QVERIFY(reader.readData(data, &document, QStringLiteral("note.txt")));
+        const QVariantMap attributes = reader.documentAttributes();
         QCOMPARE(document.toPlainText(), expected);
         QCOMPARE(attributes.value(RichText::DocumentTypeAttribute).toString(), RichText::PlainTextDocumentType);
     }
@@ -102,10 +106,11 @@ private slots:
     void htmlKeepsFormattingAndTitle()
     {
         QTextDocument document;
-        QVariantMap attributes;
-        QVERIFY(RichTextReader::readData("<html><head><meta charset=\"utf-8\"><title>T</title></head>"
-                                         "<body><p>caf\xc3\xa9 <b>bold</b></p></body></html>",
-                                         &document, QString(), &attributes));
+        RichTextReader reader;
+        QVERIFY(reader.readData("<html><head><meta charset=\"utf-8\"><title>T</title></head>"
+                                "<body><p>caf\xc3\xa9 <b>bold</b></p></body></html>",
+                                &document));
+        const QVariantMap attributes = reader.documentAttributes();
         QCOMPARE(document.toPlainText(), QString::fromUtf8("café bold"));
         QTextCursor cursor(&document);
         cursor.setPosition(7);
@@ -117,22 +122,22 @@ private slots:
     void htmlWithoutDeclaredCharsetInALegacyEncoding()
     {
         QTextDocument document;
-        QVERIFY(RichTextReader::readData("<html><body>Gr\xfc\xdf"
-                                         "e</body></html>",
-                                         &document));
+        QVERIFY(RichTextReader().readData("<html><body>Gr\xfc\xdf"
+                                          "e</body></html>",
+                                          &document));
         QCOMPARE(document.toPlainText(), QString::fromUtf8("Grüße"));
-        QVERIFY(RichTextReader::readData("<html><head><meta charset=\"windows-1251\"></head><body>\xcf\xf0\xe8</body>"
-                                         "</html>",
-                                         &document));
+        QVERIFY(RichTextReader().readData("<html><head><meta charset=\"windows-1251\"></head><body>\xcf\xf0\xe8</body>"
+                                          "</html>",
+                                          &document));
         QCOMPARE(document.toPlainText(), QString::fromUtf8("При"));
     }
 
     void markdownIsRendered()
     {
         QTextDocument document;
-        QVariantMap attributes;
-        QVERIFY(RichTextReader::readData("# Heading\n\nSome **strong** text\n", &document, QStringLiteral("n.md"),
-                                         &attributes));
+        RichTextReader reader;
+        QVERIFY(reader.readData("# Heading\n\nSome **strong** text\n", &document, QStringLiteral("n.md")));
+        const QVariantMap attributes = reader.documentAttributes();
         QCOMPARE(document.toPlainText(), QStringLiteral("Heading\nSome strong text"));
         QTextCursor cursor(document.findBlockByNumber(1));
         cursor.setPosition(cursor.position() + 7);
@@ -167,7 +172,7 @@ private slots:
         QByteArray data("{\\rtf1 device}");
         QBuffer buffer(&data);
         QTextDocument document;
-        QVERIFY(RichTextReader::read(&buffer, &document));
+        QVERIFY(RichTextReader().read(&buffer, &document));
         QCOMPARE(document.toPlainText(), QStringLiteral("device"));
     }
 
@@ -184,16 +189,17 @@ private slots:
     {
         QTemporaryDir work;
         QTextDocument document;
-        OVError error;
-        QVERIFY(!RichTextReader::readFile(work.filePath(QStringLiteral("missing.rtf")), &document, nullptr, &error));
-        QCOMPARE(error.domain, RichText::ErrorDomain);
-        QCOMPARE(error.code, qint64(RichText::FileReadNoSuchFileError));
-        QVERIFY(!RichTextReader::readFile(work.path(), &document, nullptr, &error));
-        QCOMPARE(error.code, qint64(RichText::FileReadCorruptFileError));
+        RichTextReader reader;
+        QVERIFY(!reader.read(work.filePath(QStringLiteral("missing.rtf")), &document));
+        QCOMPARE(reader.error().domain, RichText::ErrorDomain);
+        QCOMPARE(reader.error().code, qint64(RichText::FileReadNoSuchFileError));
+        QVERIFY(!reader.read(work.path(), &document));
+        QCOMPARE(reader.error().code, qint64(RichText::FileReadCorruptFileError));
         QVERIFY(writeFile(work.filePath(QStringLiteral("binary.rtf")), QByteArray("\x89PNG\r\n\x1a\n\0\0", 10)));
-        QVERIFY(!RichTextReader::readFile(work.filePath(QStringLiteral("binary.rtf")), &document, nullptr, &error));
-        QCOMPARE(error.code, qint64(RichText::FileReadCorruptFileError));
-        QVERIFY(!error.localizedDescription.isEmpty());
+        QVERIFY(!reader.read(work.filePath(QStringLiteral("binary.rtf")), &document));
+        QCOMPARE(reader.error().code, qint64(RichText::FileReadCorruptFileError));
+        QVERIFY(reader.hasError());
+        QVERIFY(!reader.errorString().isEmpty());
     }
 
     void txtNameIsReadAsPlainText_data()
@@ -218,18 +224,18 @@ private slots:
         QCOMPARE(attributes.value(RichText::DocumentTypeAttribute).toString(), RichText::PlainTextDocumentType);
 
         QTextDocument document;
-        QVERIFY(RichTextReader::readData(data, &document, fileName));
+        QVERIFY(RichTextReader().readData(data, &document, fileName));
         QCOMPARE(document.toPlainText(), QStringLiteral("{\\rtf1 not really rich text}"));
         QByteArray bytes = data;
         QBuffer buffer(&bytes);
-        QVERIFY(RichTextReader::read(&buffer, &document, fileName));
+        QVERIFY(RichTextReader().read(&buffer, &document, fileName));
         QCOMPARE(document.toPlainText(), QStringLiteral("{\\rtf1 not really rich text}"));
     }
 
     void txtNameKeepsMarkupAsText()
     {
         QTextDocument document;
-        QVERIFY(RichTextReader::readData("<html><body><b>x</b></body></html>", &document, QStringLiteral("page.txt")));
+        QVERIFY(RichTextReader().readData("<html><body><b>x</b></body></html>", &document, QStringLiteral("page.txt")));
         QCOMPARE(document.toPlainText(), QStringLiteral("<html><body><b>x</b></body></html>"));
     }
 
@@ -246,8 +252,9 @@ private slots:
     {
         QFETCH(QString, fileName);
         QTextDocument document;
-        QVariantMap attributes;
-        QVERIFY(RichTextReader::readData("{\\rtf1 not really rich text}", &document, fileName, &attributes));
+        RichTextReader reader;
+        QVERIFY(reader.readData("{\\rtf1 not really rich text}", &document, fileName));
+        const QVariantMap attributes = reader.documentAttributes();
         QCOMPARE(document.toPlainText(), QStringLiteral("not really rich text"));
         QCOMPARE(attributes.value(RichText::DocumentTypeAttribute).toString(), RichText::RTFDocumentType);
     }
@@ -269,25 +276,25 @@ private slots:
         const QString path = work.filePath(QStringLiteral("binary.txt"));
         QVERIFY(writeFile(path, data));
         QTextDocument document;
-        OVError error;
-        QVERIFY(!RichTextReader::readFile(path, &document, nullptr, &error));
-        QCOMPARE(error.domain, RichText::ErrorDomain);
-        QCOMPARE(error.code, qint64(RichText::FileReadCorruptFileError));
-        QVERIFY(!error.localizedDescription.isEmpty());
-        QVERIFY(!RichTextReader::readData(data, &document, QStringLiteral("binary.txt")));
+        RichTextReader reader;
+        QVERIFY(!reader.read(path, &document));
+        QCOMPARE(reader.error().domain, RichText::ErrorDomain);
+        QCOMPARE(reader.error().code, qint64(RichText::FileReadCorruptFileError));
+        QVERIFY(!reader.errorString().isEmpty());
+        QVERIFY(!RichTextReader().readData(data, &document, QStringLiteral("binary.txt")));
     }
 
     void utf16TxtIsText()
     {
         QTextDocument document;
-        QVERIFY(RichTextReader::readData(QByteArray("{\0\\\0r\0t\0f\0", 10), &document, QStringLiteral("wide.txt")));
+        QVERIFY(RichTextReader().readData(QByteArray("{\0\\\0r\0t\0f\0", 10), &document, QStringLiteral("wide.txt")));
         QCOMPARE(document.toPlainText(), QStringLiteral("{\\rtf"));
     }
 
     void emptyFileIsEmptyText()
     {
         QTextDocument document;
-        QVERIFY(RichTextReader::readData(QByteArray(), &document, QStringLiteral("empty.txt")));
+        QVERIFY(RichTextReader().readData(QByteArray(), &document, QStringLiteral("empty.txt")));
         QCOMPARE(document.toPlainText(), QString());
     }
 };

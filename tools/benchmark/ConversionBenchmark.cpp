@@ -40,11 +40,11 @@ struct Totals
     int failures = 0;
 };
 
-bool read(const Source &source, QTextDocument *document, QVariantMap *attributes, OVError *error)
+bool read(const Source &source, RichTextReader *reader, QTextDocument *document)
 {
     if (source.path.isEmpty())
-        return RichTextReader::readData(source.text, document, source.name, attributes, error);
-    return RichTextReader::readFile(source.path, document, attributes, error);
+        return reader->readData(source.text, document, source.name);
+    return reader->read(source.path, document);
 }
 
 void convert(const Source &source, const QString &dumpFolder, Totals *totals)
@@ -52,26 +52,25 @@ void convert(const Source &source, const QString &dumpFolder, Totals *totals)
     QElapsedTimer clock;
     clock.start();
     QTextDocument document;
-    QVariantMap attributes;
-    OVError error;
-    if (!read(source, &document, &attributes, &error)) {
-        err << source.name << ": " << error.localizedDescription << Qt::endl;
+    RichTextReader reader;
+    if (!read(source, &reader, &document)) {
+        err << source.name << ": " << reader.errorString() << Qt::endl;
         ++totals->failures;
         return;
     }
     totals->readNanoseconds += clock.nsecsElapsed();
     clock.restart();
     RTFDPackage package;
-    if (!RTFDPackage::fromDocument(&document, attributes, &package, &error)) {
-        err << source.name << ": " << error.localizedDescription << Qt::endl;
+    if (!package.fromDocument(&document, reader.documentAttributes())) {
+        err << source.name << ": " << package.errorString() << Qt::endl;
         ++totals->failures;
         return;
     }
     totals->writeNanoseconds += clock.nsecsElapsed();
     for (const QString &member : package.fileNames())
         totals->outputBytes += package.file(member).size();
-    if (!dumpFolder.isEmpty() && !package.writeToDirectory(QDir(dumpFolder).filePath(source.name), &error)) {
-        err << source.name << ": " << error.localizedDescription << Qt::endl;
+    if (!dumpFolder.isEmpty() && !package.writeToDirectory(QDir(dumpFolder).filePath(source.name))) {
+        err << source.name << ": " << package.errorString() << Qt::endl;
         ++totals->failures;
     }
 }
