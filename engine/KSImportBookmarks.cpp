@@ -13,26 +13,27 @@
 #include <QDir>
 #include <QUrl>
 
-bool KSImportOperation::importBookmarks()
+bool KSImportOperation::importBookmarks(const QString &optionKey)
 {
     const QString folder = QDir(m_filesPath).filePath(QStringLiteral("Bookmarks"));
 
     // No export folder: the source is not asked for bookmark files. Every bookmark is taken up,
     // with or without a name.
     ItemKindSteps steps;
+    steps.optionKey = optionKey;
     steps.skipsItemsWithoutName = false;
     steps.logFormat = QStringLiteral("Exporting item with identifier as bookmark: %@");
 
-    steps.placeFile = [this, &folder](const KastrelDatabaseItem &item, const QString &name, const QString &identifier,
-                                      const QString &) -> std::optional<PlacedFile> {
+    steps.placeFile = [this, &folder](ExportedItem &item, const QString &) -> std::optional<PlacedFile> {
+        const QString &name = item.name;
         QString location;
-        readItemProperty(QStringLiteral("location"), [&] { location = item.location(); });
+        readItemProperty(item, QStringLiteral("location"), [&] { location = item.item.location(); });
         // Addresses as people paste them (a blank, an accented path, a host in its own
         // script) are made into URLs as browsers do, so they are not lost.
         const QUrl url = location.isEmpty() ? QUrl() : NVWebBookmarkFile::URLWithLocation(location);
         if (!location.isEmpty() && url.isEmpty())
             noteItemProblem(
-                identifier, name, ItemProblemKind::Incomplete,
+                item, ItemProblemKind::Incomplete,
                 OVLocalizedTextWithFormat(
                     QT_TRANSLATE_NOOP("KastrelImporter", "its address \"%@\" is not a web address"), {location}));
         // A bookmark without a name is written too: its file name comes from its address.
@@ -51,18 +52,17 @@ bool KSImportOperation::importBookmarks()
                                         {path, error.wholeDescriptionInEnglish()}));
             if (stopIfOutOfSpace(folder))
                 return std::nullopt;
-            noteItemProblem(identifier, name, ItemProblemKind::NotImported,
+            noteItemProblem(item, ItemProblemKind::NotImported,
                             OVLocalizedTextWithFormat(
                                 QT_TRANSLATE_NOOP("KastrelImporter", "its bookmark file could not be written (%@)"),
                                 {QVariant::fromValue(error.description())}));
         } else {
-            setOnlyCopyOfFileDates(path, item, identifier, name);
+            setOnlyCopyOfFileDates(path, item);
         }
         return PlacedFile {NVItemTypeBookmark, path, fileName};
     };
 
     // No name and no dates in the record: the file carries the dates.
-    steps.completeRecord
-        = [](const KastrelDatabaseItem &, OVPlist &record) { record.insert(QStringLiteral("extensionHidden"), true); };
+    steps.completeRecord = [](ExportedItem &, KSItemRecord &) {};
     return exportEachItem(m_kastrelApp->bookmarkItems().get(), steps);
 }

@@ -10,15 +10,16 @@
 #include <QFileInfo>
 
 bool KSImportOperation::importDatabaseItems(const QList<KastrelDatabaseItem> &items, qint64 type,
-                                            const QString &directory)
+                                            const QString &directory, const QString &optionKey)
 {
     ItemKindSteps steps;
+    steps.optionKey = optionKey;
     steps.exportFolder = [directory](int) { return directory; };
     steps.exportFailureText = QT_TRANSLATE_NOOP("KastrelImporter", "Unable to export database item with name \"%@\".");
     steps.logFormat = QStringLiteral("Exporting item with identifier: %@");
 
-    steps.placeFile = [this, type, &directory](const KastrelDatabaseItem &item, const QString &, const QString &,
-                                               const QString &exported) -> std::optional<PlacedFile> {
+    steps.placeFile
+        = [this, type, &directory](ExportedItem &item, const QString &exported) -> std::optional<PlacedFile> {
         QString path = exported;
         // The file keeps the name the source chose. Only when sanitising would not change it is
         // it "moved", onto itself; a name the sanitiser would change is left alone, and the
@@ -41,14 +42,15 @@ bool KSImportOperation::importDatabaseItems(const QList<KastrelDatabaseItem> &it
         return PlacedFile {type, path, fileName};
     };
 
-    steps.completeRecord = [this](const KastrelDatabaseItem &item, OVPlist &record) {
-        insertNameAndDates(record, record.value(QStringLiteral("filename")).toString(), item);
+    steps.completeRecord = [this](ExportedItem &exported, KSItemRecord &record) {
+        setNameAndDates(record, exported);
         // Only ever yes: an item that is not encrypted says nothing.
+        const KastrelDatabaseItem &item = exported.item;
         std::optional<bool> encrypted;
         if (item.respondsToEncrypted())
-            readItemProperty(QStringLiteral("encrypted"), [&] { encrypted = item.encrypted(); });
+            readItemProperty(exported, QStringLiteral("encrypted"), [&] { encrypted = item.encrypted(); });
         if (encrypted.value_or(false))
-            record.insert(QStringLiteral("com.orvantis.Nortavel.EncryptItemOnImport"), true);
+            record.encrypted = true;
     };
     return exportEachItem(items, steps);
 }

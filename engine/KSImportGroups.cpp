@@ -1,7 +1,6 @@
 // The groups stage: every folder collection of the source becomes an ItemGroup record
 // listing its members' identifiers.
 #include "engine/KSImportOperation.h"
-#include "engine/KSLibraryRecords.h"
 #include "foundation/OVLocalization.h"
 #include "foundation/OVStringFormat.h"
 
@@ -9,7 +8,7 @@ bool KSImportOperation::importGroups()
 {
     informDelegateWillStartImportingRecordsOfType(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Groups")));
     writeLog(QStringLiteral("Exporting groups"));
-    createEntityTable(KSLibraryRecords::itemGroupEntity);
+    m_library.beginGroups();
 
     const KastrelApplication source = *kastrelApp();
     // Sources before version 2 list a collection's members as "items", later ones as "databaseItems".
@@ -27,9 +26,7 @@ bool KSImportOperation::importGroups()
         for (const KastrelDatabaseItem &member : members)
             memberIdentifiers.append(member.id());
 
-        setEntityRecord(
-            KSLibraryRecords::itemGroupEntity, identifier,
-            KSLibraryRecords::itemGroup(identifier, collection.name(), collection.comments(), memberIdentifiers));
+        m_library.addGroup(identifier, collection.name(), collection.comments(), memberIdentifiers);
     }
     return true;
 }

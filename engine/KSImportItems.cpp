@@ -3,7 +3,6 @@
 // to its exporter, stopping at the first that answers no.
 #include "engine/KSImportErrors.h"
 #include "engine/KSImportOperation.h"
-#include "engine/KSLibraryRecords.h"
 #include "formats/NVItemType.h"
 #include "foundation/OVLocalization.h"
 #include "foundation/OVStandardPaths.h"
@@ -94,30 +93,27 @@ bool KSImportOperation::importItems()
         }
     }
 
-    m_libraryPlist.insert(KSLibraryRecords::exporterVersionKey, 350);
-    // A path, not a flag: it names what the target deletes once it has imported the library.
-    m_libraryPlist.insert(KSLibraryRecords::removeFileOnCompletionKey, folder);
-    createEntityTable(KSLibraryRecords::itemEntity);
+    m_library.beginItems(folder);
 
     for (const ItemKind &kind : itemKinds) {
         if (!selected(kind))
             continue;
         writeLog(QString::fromLatin1(kind.logLine));
-        m_currentOptionKey = KSImportOptions::keyOf(kind.option);
+        const QString optionKey = KSImportOptions::keyOf(kind.option);
         bool exported = false;
         switch (kind.exporter) {
         case Exporter::Notes:
-            exported = importDatabaseItemsAsNotes(source.itemsOfKind(kind.kind).get());
+            exported = importDatabaseItemsAsNotes(source.itemsOfKind(kind.kind).get(), optionKey);
             break;
         case Exporter::Bookmarks:
-            exported = importBookmarks();
+            exported = importBookmarks(optionKey);
             break;
         case Exporter::DatabaseItems:
             exported = importDatabaseItems(source.itemsOfKind(kind.kind).get(), kind.type,
-                                           QDir(folder).filePath(QString::fromLatin1(kind.folder)));
+                                           QDir(folder).filePath(QString::fromLatin1(kind.folder)), optionKey);
             break;
         case Exporter::PDFs:
-            exported = importPDFs();
+            exported = importPDFs(optionKey);
             break;
         }
         if (!exported)

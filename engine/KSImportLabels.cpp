@@ -1,6 +1,5 @@
 // The labels stage: every label becomes a Label record with its colour in device RGB.
 #include "engine/KSImportOperation.h"
-#include "engine/KSLibraryRecords.h"
 #include "foundation/OVLocalization.h"
 #include "foundation/OVStringFormat.h"
 
@@ -8,7 +7,7 @@ bool KSImportOperation::importLabels()
 {
     informDelegateWillStartImportingRecordsOfType(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Labels")));
     writeLog(QStringLiteral("Exporting labels"));
-    createEntityTable(KSLibraryRecords::labelEntity);
+    m_library.beginLabels();
 
     const KastrelApplication source = *kastrelApp();
     for (const KastrelLabel &label : source.labels().get()) {
@@ -16,8 +15,7 @@ bool KSImportOperation::importLabels()
             return false;
         const QString identifier = label.id();
         writeLog(OVStringWithFormat(QStringLiteral("Exporting label with identifier %@"), {identifier}));
-        setEntityRecord(KSLibraryRecords::labelEntity, identifier,
-                        KSLibraryRecords::label(identifier, label.name(), label.color()));
+        m_library.addLabel(identifier, label.name(), label.color());
     }
     return true;
 }

@@ -18,19 +18,19 @@
 #include <QDir>
 #include <QTextDocument>
 
-bool KSImportOperation::importDatabaseItemsAsNotes(const QList<KastrelDatabaseItem> &items)
+bool KSImportOperation::importDatabaseItemsAsNotes(const QList<KastrelDatabaseItem> &items, const QString &optionKey)
 {
     const QString notesFolder = QDir(m_filesPath).filePath(QStringLiteral("Notes"));
 
     ItemKindSteps steps;
+    steps.optionKey = optionKey;
     steps.exportFolder = [this](int slot) { return stagingFolder(slot); };
     steps.exportFailureText = QT_TRANSLATE_NOOP("KastrelImporter", "Unable to export database item with name \"%@\".");
     steps.logFormat = QStringLiteral("Exporting item with identifier as note: %@");
 
     // The staged file is converted on the main thread into a package in "Notes", then goes.
-    steps.placeFile
-        = [this, &notesFolder](const KastrelDatabaseItem &item, const QString &name, const QString &identifier,
-                               const QString &stagedPath) -> std::optional<PlacedFile> {
+    steps.placeFile = [this, &notesFolder](ExportedItem &item, const QString &stagedPath) -> std::optional<PlacedFile> {
+        const QString &name = item.name;
         // The extension goes on before sanitising, so a long name is cut with its extension
         // kept, and uniquing numbers it before the extension: 'Agenda 1.nvnote'. The name is
         // then fitted to what the file system takes (255 bytes, not 255 characters) and to
@@ -54,17 +54,17 @@ bool KSImportOperation::importDatabaseItemsAsNotes(const QList<KastrelDatabaseIt
         // that nothing leaves without a trace.
         if (!conversion.leftOut.isEmpty())
             writeLog(OVStringWithFormat(QStringLiteral("Note with identifier %@ (\"%@\") leaves out: %@"),
-                                        {identifier, name, conversion.leftOut.join(QStringLiteral(", "))}));
+                                        {item.identifier, name, conversion.leftOut.join(QStringLiteral(", "))}));
         switch (conversion.outcome) {
         case NoteConversion::Outcome::Converted:
             break;
         case NoteConversion::Outcome::OriginalFileAttached:
-            noteItemProblem(identifier, name, ItemProblemKind::OriginalFileAttached, conversion.reason);
+            noteItemProblem(item, ItemProblemKind::OriginalFileAttached, conversion.reason);
             break;
         case NoteConversion::Outcome::NotWritten:
             if (stopIfOutOfSpace(notesFolder))
                 return std::nullopt;
-            noteItemProblem(identifier, name, ItemProblemKind::NotImported, conversion.reason);
+            noteItemProblem(item, ItemProblemKind::NotImported, conversion.reason);
             break;
         }
         setFileDates(notePath, item);
@@ -72,16 +72,17 @@ bool KSImportOperation::importDatabaseItemsAsNotes(const QList<KastrelDatabaseIt
         return PlacedFile {NVItemTypeNote, notePath, noteName};
     };
 
-    steps.completeRecord = [this](const KastrelDatabaseItem &item, OVPlist &record) {
-        insertNameAndDates(record, record.value(QStringLiteral("filename")).toString(), item);
+    steps.completeRecord = [this](ExportedItem &exported, KSItemRecord &record) {
+        setNameAndDates(record, exported);
         // Notes pass their flag on as it is, yes or no; password items without one are encrypted.
         // A flag that cannot be read is left out, as it is for a note that has none.
+        const KastrelDatabaseItem &item = exported.item;
         std::optional<bool> encrypted;
         if (item.respondsToEncrypted()) {
-            if (readItemProperty(QStringLiteral("encrypted"), [&] { encrypted = item.encrypted(); }))
-                record.insert(QStringLiteral("com.orvantis.Nortavel.EncryptItemOnImport"), encrypted.value_or(false));
+            if (readItemProperty(exported, QStringLiteral("encrypted"), [&] { encrypted = item.encrypted(); }))
+                record.encrypted = encrypted.value_or(false);
         } else if (item.respondsToPassword())
-            record.insert(QStringLiteral("com.orvantis.Nortavel.EncryptItemOnImport"), true);
+            record.encrypted = true;
     };
     return exportEachItem(items, steps);
 }

@@ -5,7 +5,6 @@
 #include "engine/DBusScriptingBackend.h"
 #include "engine/KSExportLock.h"
 #include "engine/KSImportErrors.h"
-#include "engine/KSLibraryRecords.h"
 #include "engine/KSScriptingException.h"
 #include "foundation/OVFileNameStrings.h"
 #include "foundation/OVLocalization.h"
@@ -40,7 +39,6 @@ KSImportOperation::KSImportOperation(KSImportOptions importOptions, std::shared_
     : m_importOptions(std::move(importOptions))
     , m_delegate(std::move(delegate))
     , m_backend(backend ? std::move(backend) : std::make_shared<DBusScriptingBackend>())
-    , m_libraryPlist(OVPlist::dictionary())
 { }
 
 KSImportOperation::~KSImportOperation() = default;
@@ -130,10 +128,14 @@ void KSImportOperation::main()
             informDelegateDidCancel();
         else
             informDelegateDidEnd();
+    } catch (const ItemScriptingException &exception) {
+        writeLog(OVStringWithFormat(QStringLiteral("Scripting failure: %@"), {exception.reason()}));
+        abort = OVMakeError(KSImportErrorDomain, KSExceptionError,
+                            describe(exception, m_backend->settledFailure(exception), exception.itemName()));
     } catch (const KSScriptingException &exception) {
         writeLog(OVStringWithFormat(QStringLiteral("Scripting failure: %@"), {exception.reason()}));
         abort = OVMakeError(KSImportErrorDomain, KSExceptionError,
-                            describe(exception, m_backend->settledFailure(exception)));
+                            describe(exception, m_backend->settledFailure(exception), QString()));
     } catch (const std::exception &exception) {
         abort = OVMakeError(KSImportErrorDomain, KSExceptionError,
                             OVText::untranslated(QString::fromUtf8(exception.what())));
@@ -149,7 +151,8 @@ void KSImportOperation::main()
     log->close();
 }
 
-OVText KSImportOperation::describe(const KSScriptingException &exception, KSScriptingException::Failure failure) const
+OVText KSImportOperation::describe(const KSScriptingException &exception, KSScriptingException::Failure failure,
+                                   const QString &itemName) const
 {
     const bool fromTarget
         = exception.application() == targetIdentifier || exception.application() == sandboxedTargetIdentifier;
@@ -167,7 +170,7 @@ OVText KSImportOperation::describe(const KSScriptingException &exception, KSScri
                                          {application});
         break;
     }
-    if (m_currentItemName.isEmpty())
+    if (itemName.isEmpty())
         return OVLocalizedTextWithFormat(QT_TRANSLATE_NOOP("KastrelImporter",
                                                            "%@ during the export. Nothing was handed to Nortavel 3; "
                                                            "the details are in the log."),
@@ -175,7 +178,7 @@ OVText KSImportOperation::describe(const KSScriptingException &exception, KSScri
     return OVLocalizedTextWithFormat(QT_TRANSLATE_NOOP("KastrelImporter",
                                                        "%@ while \"%@\" was being exported. Nothing was handed to "
                                                        "Nortavel 3; the details are in the log."),
-                                     {QVariant::fromValue(what), m_currentItemName});
+                                     {QVariant::fromValue(what), itemName});
 }
 
 void KSImportOperation::removeUnusedExportFolder()
@@ -200,25 +203,7 @@ void KSImportOperation::writeLog(const QString &line)
         OVExtensions::writeLogLine(*m_logStream, line);
 }
 
-void KSImportOperation::createEntityTable(const QString &entity)
-{
-    m_libraryPlist[QStringLiteral("Entities")].insert(entity, OVPlist::dictionary());
-    m_groupIndex.reset();
-}
-
-void KSImportOperation::setEntityRecord(const QString &entity, const QString &identifier, const OVPlist &record)
-{
-    m_libraryPlist[QStringLiteral("Entities")][entity].insert(identifier, record);
-    if (entity == KSLibraryRecords::itemGroupEntity || entity == KSLibraryRecords::smartGroupEntity)
-        m_groupIndex.reset();
-}
-
 QMap<qint64, qint64> KSImportOperation::recordedItemCountsByType() const
 {
-    QMap<qint64, qint64> counts;
-    const OVPlist::Dictionary records
-        = m_libraryPlist.value(KSLibraryRecords::entitiesKey).value(KSLibraryRecords::itemEntity).toDictionary();
-    for (const OVPlist &record : records)
-        ++counts[record.value(QStringLiteral("itemType")).toInteger()];
-    return counts;
+    return m_library.itemCountsByType();
 }

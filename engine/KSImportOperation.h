@@ -1,13 +1,16 @@
 // The export engine: one operation exports the whole source library and hands it to the
 // target. Created per run, with its options and delegate, by whoever shows its progress; run
 // once on a worker thread through main() (see KSImportRunner), cancelled from any thread;
-// its results read once main() has returned. The stages live in files of their own
-// (KSPerformImport.cpp, KSImportGroups.cpp, ...); the notifications in
-// KSImportOperationNotifications.cpp.
+// its results read once main() has returned. The operation keeps the run (checks, stages in
+// order, notifications, cancel); the library file being built is a KSLibraryFile. The stages
+// live in files of their own (KSPerformImport.cpp, KSImportGroups.cpp, ...); the
+// notifications in KSImportOperationNotifications.cpp.
 #pragma once
 
 #include "engine/KSImportOperationDelegate.h"
 #include "engine/KSImportOptions.h"
+#include "engine/KSLibraryFile.h"
+#include "engine/KSScriptingException.h"
 #include "engine/KastrelApplication.h"
 #include "engine/ScriptingBackend.h"
 #include "foundation/OVError.h"
@@ -24,8 +27,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-
-class KSScriptingException;
 
 class KSImportOperation
 {
@@ -119,7 +120,7 @@ private:
 
     // What the run works with; set on the worker thread, read by it (and, while it waits for
     // them, by the notifications on the main thread).
-    const OVPlist &libraryPlist() const { return m_libraryPlist; }
+    const KSLibraryFile &library() const { return m_library; }
     const std::shared_ptr<KSImportOperationDelegate> &delegate() const { return m_delegate; }
     const std::shared_ptr<QIODevice> &logStream() const { return m_logStream; }
     const std::optional<KastrelApplication> &kastrelApp() const { return m_kastrelApp; }
@@ -135,12 +136,26 @@ private:
     bool importLabels();
     bool importItems();
 
-    // The item exporters importItems() calls, one per kind of item. Each says how its items'
-    // files arrive and what their records hold; exportEachItem() does the rest.
-    bool importDatabaseItemsAsNotes(const QList<KastrelDatabaseItem> &items);
-    bool importBookmarks();
-    bool importDatabaseItems(const QList<KastrelDatabaseItem> &items, qint64 type, const QString &directory);
-    bool importPDFs();
+    // The item being exported, as the item loop keeps it while the kind's steps run: what
+    // names it in the summary and in an error, and which of its optional properties could not
+    // be used (each is listed once).
+    struct ExportedItem
+    {
+        const KastrelDatabaseItem &item;
+        QString identifier;
+        QString name;
+        QString optionKey; // the kind it is exported as
+        QSet<QString> unusableProperties;
+    };
+
+    // The item exporters importItems() calls, one per kind of item, each with the option key
+    // of the kind it exports. Each says how its items' files arrive and what their records
+    // hold; exportEachItem() does the rest.
+    bool importDatabaseItemsAsNotes(const QList<KastrelDatabaseItem> &items, const QString &optionKey);
+    bool importBookmarks(const QString &optionKey);
+    bool importDatabaseItems(const QList<KastrelDatabaseItem> &items, qint64 type, const QString &directory,
+                             const QString &optionKey);
+    bool importPDFs(const QString &optionKey);
 
     // Where an item's file ended up: the record describes this file.
     struct PlacedFile
@@ -152,6 +167,8 @@ private:
     // What sets one kind of item apart from the others.
     struct ItemKindSteps
     {
+        // The option key of the kind, for the items the summary lists.
+        QString optionKey;
         // The folder the source writes the item of window slot `slot` into; none for a kind the
         // source does not export (bookmarks).
         std::function<QString(int slot)> exportFolder;
@@ -161,18 +178,33 @@ private:
         const char *exportFailureText = nullptr;
         // Brings the item's file (the one the source wrote, or none) to where the target takes
         // it from, dated; nothing when the run is to stop, after reporting why.
-        std::function<std::optional<PlacedFile>(const KastrelDatabaseItem &item, const QString &name,
-                                                const QString &identifier, const QString &exported)>
-            placeFile;
+        std::function<std::optional<PlacedFile>(ExportedItem &item, const QString &exported)> placeFile;
         // The log line for the item, "%@" being its identifier.
         QString logFormat;
-        // The keys the record of this kind holds besides those of every record.
-        std::function<void(const KastrelDatabaseItem &item, OVPlist &record)> completeRecord;
+        // What the record of this kind holds besides what every record holds.
+        std::function<void(ExportedItem &item, KSItemRecord &record)> completeRecord;
     };
     // The loop every kind shares: the cancel check, items without a name, the source's export
     // (asked ahead, see DefaultExportWindow), the kind's steps, the log line, the record and
     // the progress, item after item in `items` order.
     bool exportEachItem(const QList<KastrelDatabaseItem> &items, const ItemKindSteps &steps);
+    // One item's steps after its export: answers whether the run goes on.
+    bool recordItem(ExportedItem &item, const QString &exported, const ItemKindSteps &steps);
+
+    // A failure of the connection while an item was being exported: the item's name goes with
+    // it to main(), which reports it.
+    class ItemScriptingException : public KSScriptingException
+    {
+    public:
+        ItemScriptingException(const KSScriptingException &exception, const QString &itemName)
+            : KSScriptingException(exception)
+            , m_itemName(itemName)
+        { }
+        const QString &itemName() const { return m_itemName; }
+
+    private:
+        QString m_itemName;
+    };
 
     // What became of a note's conversion: written from its text, written as a note holding
     // the original file (the text could not be read), or not written at all.
@@ -189,7 +221,7 @@ private:
     void convertFileToNoteOnMainThread(const QVariantMap &request, NoteConversion *conversion = nullptr);
 
     // The attributes every item record carries: comments, tags, label and groups.
-    void addGeneralAttributesToDatabaseItem(const KastrelDatabaseItem &item, OVPlist &itemRecord);
+    void addGeneralAttributesToDatabaseItem(ExportedItem &item, KSItemRecord &record);
     // The item's tag names joined by ",", or a null string when it has none.
     QString tagsStringForDatabaseItem(const KastrelDatabaseItem &item);
     // "LibraryGroup", then the groups and smart groups that list the item, in table order.
@@ -206,58 +238,49 @@ private:
 
     // Writes a line to the log when it is open; lines for a log that could not be opened are lost.
     void writeLog(const QString &line);
-    // The entity table `entity` of the library file, made empty.
-    void createEntityTable(const QString &entity);
-    // Puts `record` into entity table `entity` under `identifier`.
-    void setEntityRecord(const QString &entity, const QString &identifier, const OVPlist &record);
     // Notes an item passed over because it has no name, in the log and for the summary, and
     // releases it.
-    void skipItemWithoutName(const KastrelDatabaseItem &item);
+    void skipItemWithoutName(const KastrelDatabaseItem &item, const QString &optionKey);
     // The path the source answered for `item` written into `folder`, checked: a null string when
     // it wrote nothing or answered a path outside `folder`, which is treated the same.
     QString checkedExportPath(const KastrelDatabaseItem &item, const QString &answered, const QString &folder);
     // Sets what the item has of its creation and modification dates on the file at `path`;
     // answers whether every date it has was set.
-    bool setFileDates(const QString &path, const KastrelDatabaseItem &item);
+    bool setFileDates(const QString &path, ExportedItem &item);
     // The same for a file whose record carries no dates (bookmarks, PDFs): a failure loses
     // them, so the item is listed as not fully imported.
-    void setOnlyCopyOfFileDates(const QString &path, const KastrelDatabaseItem &item, const QString &identifier,
-                                const QString &name);
-    // A record of the item table with the keys every kind sets first.
-    static OVPlist itemRecord(qint64 type, const QString &identifier, const QString &path, const QString &fileName);
-    // The name (the file name without its extension), the hidden-extension flag and what the
-    // item has of its dates: the keys notes and database items share.
-    void insertNameAndDates(OVPlist &record, const QString &fileName, const KastrelDatabaseItem &item);
+    void setOnlyCopyOfFileDates(const QString &path, ExportedItem &item);
+    // The name (the file name without its extension) and what the item has of its dates: what
+    // the records of notes and database items hold besides those of every record.
+    void setNameAndDates(KSItemRecord &record, ExportedItem &item);
     // Runs `read`, which reads the optional property `property` of the item being exported.
     // A value the source answered but that cannot be used (of the wrong type, a date that is
     // no date, a label that is not there) does not stop the run: the item is listed as
     // incomplete, once per property, and `read` is taken to have found nothing. Answers
     // whether the read went through. Failures of the source itself still end the run.
-    bool readItemProperty(const QString &property, const std::function<void()> &read);
+    bool readItemProperty(ExportedItem &item, const QString &property, const std::function<void()> &read);
     // The item's creation and modification dates, each null when absent or unusable.
-    QDateTime itemCreationDate(const KastrelDatabaseItem &item);
-    QDateTime itemModificationDate(const KastrelDatabaseItem &item);
-    // The identifier the record of an item with the source's `identifier` is kept under: the
-    // source's own, or, when an earlier item of the run has it already, one derived from it
-    // ("ID-2", "ID-3", ...), the same from run to run; such an item is listed.
-    QString recordIdentifierForItem(const QString &identifier, const QString &name);
+    QDateTime itemCreationDate(ExportedItem &item);
+    QDateTime itemModificationDate(ExportedItem &item);
+    // The identifier the record of the item is kept under: the source's own, or, when an
+    // earlier item of the run has it already, one derived from it ("ID-2", "ID-3", ...), the
+    // same from run to run; such an item is listed.
+    QString recordIdentifierForItem(const ExportedItem &item);
     // The reason of the 10003 error for `item`: `format` filled with the item's name.
     static OVError itemExportError(const char *format, const QString &name);
 
     // Tells of an item that did not arrive whole: in the log, and in itemProblems().
-    void noteItemProblem(const QString &identifier, const QString &name, ItemProblemKind kind, const OVText &reason);
+    void noteItemProblem(const QString &identifier, const QString &name, const QString &optionKey, ItemProblemKind kind,
+                         const OVText &reason);
+    void noteItemProblem(const ExportedItem &item, ItemProblemKind kind, const OVText &reason);
     // Whether a file written into `folder` failed for lack of space (a full disk, a quota, a
     // file size limit). If so, error 10002 naming the folder and the reason is reported, and
     // the run is to stop.
     bool stopIfOutOfSpace(const QString &folder);
-    // The item being exported, so that a failure of the source's connection names it.
-    void setCurrentItemName(const QString &name) { m_currentItemName = name; }
     // Takes out of the item table every record whose file is not there (listing its item as
-    // not imported) and counts the records whose strings XML cannot carry whole. Answers the
-    // files of the records that stay.
-    QSet<QString> removeRecordsWithoutFiles();
-    // The files the item table's records name.
-    QSet<QString> recordedFiles() const;
+    // not imported, under `optionKey`) and counts the records whose strings XML cannot carry
+    // whole. Answers the files of the records that stay.
+    QSet<QString> removeRecordsWithoutFiles(const QString &optionKey);
     // The folder the source stages the item of export window slot `slot` in: "TMP" itself when
     // one item is exported at a time, else a folder of the slot's own inside it.
     QString stagingFolder(int slot) const;
@@ -266,9 +289,10 @@ private:
     // Removes the export folder of a run that was cancelled or stopped by an error.
     void removeUnusedExportFolder();
     // The error text for a failure of the connection to an application: which one, what
-    // happened (`failure`, as settled by the backend), and the item being exported; the bus's
-    // own words go to the log.
-    OVText describe(const KSScriptingException &exception, KSScriptingException::Failure failure) const;
+    // happened (`failure`, as settled by the backend), and the item being exported, if any;
+    // the bus's own words go to the log.
+    OVText describe(const KSScriptingException &exception, KSScriptingException::Failure failure,
+                    const QString &itemName) const;
     // Writes the library file and reads it back: a file the target could not parse, or that
     // names a file other than `itemFiles`, is never handed over. Reports error 10002 on failure.
     bool writeLibraryFile(const QString &libraryFile, const QSet<QString> &itemFiles);
@@ -280,7 +304,7 @@ private:
     int m_exportWindow = DefaultExportWindow;
 
     // Only the worker touches these while the run lasts.
-    OVPlist m_libraryPlist;
+    KSLibraryFile m_library;
     std::shared_ptr<QIODevice> m_logStream;
     std::optional<KastrelApplication> m_kastrelApp;
     quint64 m_majorVersion = 0;
@@ -294,13 +318,4 @@ private:
     qint64 m_recordsWithUncarriableCharacters = 0;
     bool m_errorReported = false;
     bool m_createdExportFolder = false;
-    QString m_currentItemName;
-    // The item being recorded, and which of its optional properties could not be used.
-    QString m_currentItemIdentifier;
-    QSet<QString> m_unusableItemProperties;
-    QString m_currentOptionKey; // the kind the item stage is exporting, for skipped items
-
-    // Item identifier to the groups listing it, made from the group tables on first use, so
-    // finding an item's groups does not scan every group for every item.
-    std::optional<QHash<QString, OVPlist::Array>> m_groupIndex;
 };

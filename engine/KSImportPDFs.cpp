@@ -83,7 +83,7 @@ qint64 KSImportOperation::itemTypeForPDFAtPath(const QString &path)
     return NVItemTypeDocument;
 }
 
-bool KSImportOperation::importPDFs()
+bool KSImportOperation::importPDFs(const QString &optionKey)
 {
     const QString documentsFolder = QDir(m_filesPath).filePath(QStringLiteral("Documents"));
     const QString webPagesFolder = QDir(m_filesPath).filePath(QStringLiteral("Web Pages"));
@@ -91,14 +91,14 @@ bool KSImportOperation::importPDFs()
 
     // PDFs are not looked at for a name: every one is exported.
     ItemKindSteps steps;
+    steps.optionKey = optionKey;
     steps.exportFolder = [this](int slot) { return stagingFolder(slot); };
     steps.skipsItemsWithoutName = false;
     steps.exportFailureText = failureText;
     steps.logFormat = QStringLiteral("Exporting item with identifier: %@");
 
     // The staged PDF is classified and moved into "Documents" or "Web Pages".
-    steps.placeFile = [&](const KastrelDatabaseItem &item, const QString &name, const QString &identifier,
-                          const QString &stagedPath) -> std::optional<PlacedFile> {
+    steps.placeFile = [&](ExportedItem &item, const QString &stagedPath) -> std::optional<PlacedFile> {
         const qint64 type = itemTypeForPDFAtPath(stagedPath);
         const QString folder = type == NVItemTypeDocument ? documentsFolder : webPagesFolder;
         // The source's own name is kept when it is free; it is not sanitised. Only what the
@@ -112,15 +112,14 @@ bool KSImportOperation::importPDFs()
         if (!staged.rename(destination)) {
             writeLog(OVStringWithFormat(QStringLiteral("Unable to move PDF file from %@ to %@: %@"),
                                         {stagedPath, destination, staged.errorString()}));
-            informDelegateDidEncounterError(itemExportError(failureText, name));
+            informDelegateDidEncounterError(itemExportError(failureText, item.name));
             return std::nullopt;
         }
-        setOnlyCopyOfFileDates(destination, item, identifier, name);
+        setOnlyCopyOfFileDates(destination, item);
         return PlacedFile {type, destination, fileName};
     };
 
     // Dates live on the file only: the record has neither them nor a name.
-    steps.completeRecord
-        = [](const KastrelDatabaseItem &, OVPlist &record) { record.insert(QStringLiteral("extensionHidden"), true); };
+    steps.completeRecord = [](ExportedItem &, KSItemRecord &) {};
     return exportEachItem(m_kastrelApp->pdfArchiveItems().get(), steps);
 }

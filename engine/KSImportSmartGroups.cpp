@@ -11,9 +11,7 @@ bool KSImportOperation::importSmartGroups()
     informDelegateWillStartImportingRecordsOfType(
         OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Smart Groups")));
     writeLog(QStringLiteral("Exporting smart groups"));
-    createEntityTable(KSLibraryRecords::smartGroupEntity);
-    createEntityTable(KSLibraryRecords::ruleSetEntity);
-    createEntityTable(KSLibraryRecords::ruleValueEntity);
+    m_library.beginSmartGroups();
 
     const KastrelApplication source = *kastrelApp();
     // Sources before version 2 have no behaviour: their smart groups match all their tags.
@@ -25,9 +23,7 @@ bool KSImportOperation::importSmartGroups()
         writeLog(OVStringWithFormat(QStringLiteral("Exporting smart group with identifier %@"), {identifier}));
 
         const QString ruleSetIdentifier = KSLibraryRecords::freshIdentifier();
-        setEntityRecord(
-            KSLibraryRecords::smartGroupEntity, identifier,
-            KSLibraryRecords::smartGroup(identifier, collection.name(), collection.comments(), ruleSetIdentifier));
+        m_library.addSmartGroup(identifier, collection.name(), collection.comments(), ruleSetIdentifier);
 
         const bool matchAll
             = hasBehavior ? collection.tagCollectionBehavior() == KSTagCollectionBehaviorMatchAll : true;
@@ -37,12 +33,10 @@ bool KSImportOperation::importSmartGroups()
             const QString tagName = tag.name();
             writeLog(OVStringWithFormat(QStringLiteral("Adding tag %@ to smart group %@"), {tagName, identifier}));
             const QString ruleValueIdentifier = KSLibraryRecords::freshIdentifier();
-            setEntityRecord(KSLibraryRecords::ruleValueEntity, ruleValueIdentifier,
-                            KSLibraryRecords::ruleValue(ruleValueIdentifier, ruleSetIdentifier, tagName));
+            m_library.addRuleValue(ruleValueIdentifier, ruleSetIdentifier, tagName);
             ruleValues.append(ruleValueIdentifier);
         }
-        setEntityRecord(KSLibraryRecords::ruleSetEntity, ruleSetIdentifier,
-                        KSLibraryRecords::ruleSet(ruleSetIdentifier, matchAll, identifier, ruleValues));
+        m_library.addRuleSet(ruleSetIdentifier, matchAll, identifier, ruleValues);
     }
     return true;
 }

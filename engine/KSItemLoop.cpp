@@ -19,51 +19,61 @@ bool KSImportOperation::exportEachItem(const QList<KastrelDatabaseItem> &items, 
             [&steps](const KastrelDatabaseItem &item) {
                 return !steps.skipsItemsWithoutName || !item.name().isEmpty();
             },
-            steps.exportFolder, [this] { return recordedFiles(); });
+            steps.exportFolder, [this] { return m_library.files(); });
 
     for (qsizetype index = 0; index < items.size(); ++index) {
         const KastrelDatabaseItem &item = items.at(index);
         if (isCancelled())
             return false;
         const QString name = item.name();
-        setCurrentItemName(name);
-        if (steps.skipsItemsWithoutName && name.isEmpty()) {
-            skipItemWithoutName(item);
-            continue;
-        }
-
-        QString exported;
-        if (exports) {
-            QString folder;
-            const QString answered = exports->take(index, &folder);
-            exported = checkedExportPath(item, answered, folder);
-            if (exported.isNull()) {
-                informDelegateDidEncounterError(itemExportError(steps.exportFailureText, name));
-                return false;
+        ExportedItem exported {item, QString(), name, steps.optionKey, {}};
+        // A failure of the connection from here on happened while this item was exported.
+        try {
+            if (steps.skipsItemsWithoutName && name.isEmpty()) {
+                skipItemWithoutName(item, steps.optionKey);
+                continue;
             }
+            QString path;
+            if (exports) {
+                QString folder;
+                const QString answered = exports->take(index, &folder);
+                path = checkedExportPath(item, answered, folder);
+                if (path.isNull()) {
+                    informDelegateDidEncounterError(itemExportError(steps.exportFailureText, name));
+                    return false;
+                }
+            }
+            if (!recordItem(exported, path, steps))
+                return false;
+        } catch (const KSScriptingException &exception) {
+            throw ItemScriptingException(exception, name);
         }
-
-        const QString identifier = item.id();
-        m_currentItemIdentifier = identifier;
-        m_unusableItemProperties.clear();
-        const std::optional<PlacedFile> placed = steps.placeFile(item, name, identifier, exported);
-        if (!placed)
-            return false;
-        writeLog(OVStringWithFormat(steps.logFormat, {identifier}));
-
-        const QString recordIdentifier = recordIdentifierForItem(identifier, name);
-        OVPlist record = itemRecord(placed->type, recordIdentifier, placed->path, placed->fileName);
-        steps.completeRecord(item, record);
-        addGeneralAttributesToDatabaseItem(item, record);
-        // The groups name the source's identifier, which stays with the item listed first.
-        if (recordIdentifier != identifier)
-            record.insert(QStringLiteral("groups"), OVPlist::Array {OVPlist(QStringLiteral("LibraryGroup"))});
-        setEntityRecord(KSLibraryRecords::itemEntity, recordIdentifier, record);
-        // Nothing reads the item again: what the connection keeps of it can go.
-        item.release();
-
         informDelegateDidImportRecordOfType(QString(QLatin1String("")));
     }
+    return true;
+}
+
+bool KSImportOperation::recordItem(ExportedItem &exported, const QString &path, const ItemKindSteps &steps)
+{
+    exported.identifier = exported.item.id();
+    const std::optional<PlacedFile> placed = steps.placeFile(exported, path);
+    if (!placed)
+        return false;
+    writeLog(OVStringWithFormat(steps.logFormat, {exported.identifier}));
+
+    KSItemRecord record;
+    record.type = placed->type;
+    record.identifier = recordIdentifierForItem(exported);
+    record.path = placed->path;
+    record.fileName = placed->fileName;
+    steps.completeRecord(exported, record);
+    addGeneralAttributesToDatabaseItem(exported, record);
+    // The groups name the source's identifier, which stays with the item listed first.
+    if (record.identifier != exported.identifier)
+        record.groups = OVPlist::Array {KSLibraryRecords::libraryGroup()};
+    m_library.addItem(record);
+    // Nothing reads the item again: what the connection keeps of it can go.
+    exported.item.release();
     return true;
 }
 

@@ -3,21 +3,20 @@
 // item without that value and lists it, and an identifier that an earlier item already has
 // is given one of its own, so that neither stops the run nor loses an item.
 #include "engine/KSImportOperation.h"
-#include "engine/KSLibraryRecords.h"
 #include "engine/ScriptingValues.h"
 #include "foundation/OVLocalization.h"
 #include "foundation/OVStringFormat.h"
 
-bool KSImportOperation::readItemProperty(const QString &property, const std::function<void()> &read)
+bool KSImportOperation::readItemProperty(ExportedItem &item, const QString &property, const std::function<void()> &read)
 {
     try {
         read();
         return true;
     } catch (const KSScriptingValueException &exception) {
-        if (!m_unusableItemProperties.contains(property)) {
-            m_unusableItemProperties.insert(property);
+        if (!item.unusableProperties.contains(property)) {
+            item.unusableProperties.insert(property);
             noteItemProblem(
-                m_currentItemIdentifier, m_currentItemName, ItemProblemKind::Incomplete,
+                item, ItemProblemKind::Incomplete,
                 OVLocalizedTextWithFormat(QT_TRANSLATE_NOOP("KastrelImporter", "its \"%@\" could not be used (%@)"),
                                           {property, exception.reason()}));
         }
@@ -25,29 +24,29 @@ bool KSImportOperation::readItemProperty(const QString &property, const std::fun
     }
 }
 
-QDateTime KSImportOperation::itemCreationDate(const KastrelDatabaseItem &item)
+QDateTime KSImportOperation::itemCreationDate(ExportedItem &item)
 {
     QDateTime date;
-    readItemProperty(QStringLiteral("creationDate"), [&] { date = item.creationDate(); });
+    readItemProperty(item, QStringLiteral("creationDate"), [&] { date = item.item.creationDate(); });
     return date;
 }
 
-QDateTime KSImportOperation::itemModificationDate(const KastrelDatabaseItem &item)
+QDateTime KSImportOperation::itemModificationDate(ExportedItem &item)
 {
     QDateTime date;
-    readItemProperty(QStringLiteral("modificationDate"), [&] { date = item.modificationDate(); });
+    readItemProperty(item, QStringLiteral("modificationDate"), [&] { date = item.item.modificationDate(); });
     return date;
 }
 
-QString KSImportOperation::recordIdentifierForItem(const QString &identifier, const QString &name)
+QString KSImportOperation::recordIdentifierForItem(const ExportedItem &item)
 {
-    const OVPlist records = m_libraryPlist.value(KSLibraryRecords::entitiesKey).value(KSLibraryRecords::itemEntity);
-    if (!records.contains(identifier))
+    const QString &identifier = item.identifier;
+    if (!m_library.containsItem(identifier))
         return identifier;
     QString own;
-    for (qint64 number = 2; own.isNull() || records.contains(own); ++number)
+    for (qint64 number = 2; own.isNull() || m_library.containsItem(own); ++number)
         own = QStringLiteral("%1-%2").arg(identifier).arg(number);
-    noteItemProblem(identifier, name, ItemProblemKind::Incomplete,
+    noteItemProblem(item, ItemProblemKind::Incomplete,
                     OVLocalizedTextWithFormat(QT_TRANSLATE_NOOP("KastrelImporter",
                                                                 "its identifier is that of an earlier item: it "
                                                                 "arrived as \"%@\", outside the groups that list "

@@ -11,6 +11,11 @@ namespace {
 const QString libraryName = QStringLiteral("Library");
 const QString rootFolder = QStringLiteral("RootFolder");
 
+const QString itemTypeKey = QStringLiteral("itemType");
+const QString filenameKey = QStringLiteral("filename");
+const QString nameKey = QStringLiteral("name");
+const QString itemsKey = QStringLiteral("items");
+
 // Groups and smart groups keep their comments only when there are any.
 void insertComments(OVPlist &record, const QString &comments)
 {
@@ -27,6 +32,12 @@ QByteArray archivedTagName(const QString &tagName)
 
 } // namespace
 
+const OVPlist &libraryGroup()
+{
+    static const OVPlist node(QStringLiteral("LibraryGroup"));
+    return node;
+}
+
 QString freshIdentifier()
 {
     return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
@@ -40,22 +51,78 @@ OVPlist record(const QString &entity, const QString &identifier)
     return result;
 }
 
+OVPlist item(const KSItemRecord &item)
+{
+    // One entity-name node for every record: a large library has many of them.
+    static const OVPlist entityName(itemEntity);
+    OVPlist result = OVPlist::dictionary();
+    result.insert(entityNameKey, entityName);
+    result.insert(itemTypeKey, item.type);
+    result.insert(identifierKey, item.identifier);
+    result.insert(itemFileKey, item.path);
+    result.insert(filenameKey, item.fileName);
+    if (!item.name.isNull())
+        result.insert(nameKey, item.name);
+    result.insert(QStringLiteral("extensionHidden"), true);
+    if (item.dateCreated.isValid())
+        result.insert(QStringLiteral("dateCreated"), item.dateCreated);
+    if (item.dateModified.isValid())
+        result.insert(QStringLiteral("dateModified"), item.dateModified);
+    if (item.encrypted)
+        result.insert(QStringLiteral("com.orvantis.Nortavel.EncryptItemOnImport"), *item.encrypted);
+    if (!item.comments.isEmpty())
+        result.insert(QStringLiteral("comments"), item.comments);
+    if (!item.tags.isEmpty())
+        result.insert(QStringLiteral("tagsString"), item.tags);
+    if (!item.label.isEmpty())
+        result.insert(QStringLiteral("label"), item.label);
+    result.insert(QStringLiteral("groups"), item.groups);
+    return result;
+}
+
+void setItemStageKeys(OVPlist &library, const QString &exportFolder)
+{
+    library.insert(exporterVersionKey, 350);
+    // A path, not a flag: it names what the target deletes once it has imported the library.
+    library.insert(removeFileOnCompletionKey, exportFolder);
+}
+
+QString itemFile(const OVPlist &itemRecord)
+{
+    return itemRecord.value(itemFileKey).toString();
+}
+
+QString itemName(const OVPlist &itemRecord, const QString &fallback)
+{
+    return itemRecord.value(nameKey).toString(fallback);
+}
+
+qint64 itemType(const OVPlist &itemRecord)
+{
+    return itemRecord.value(itemTypeKey).toInteger();
+}
+
+OVPlist groupMembers(const OVPlist &groupRecord)
+{
+    return groupRecord.value(itemsKey);
+}
+
 OVPlist itemGroup(const QString &identifier, const QString &name, const QString &comments, const QStringList &items)
 {
     OVPlist result = record(itemGroupEntity, identifier);
-    result.insert(QStringLiteral("name"), name);
+    result.insert(nameKey, name);
     result.insert(QStringLiteral("groupType"), itemGroupType);
     result.insert(QStringLiteral("library"), libraryName);
     result.insert(QStringLiteral("parent"), rootFolder);
     insertComments(result, comments);
-    result.insert(QStringLiteral("items"), OVPlist(items));
+    result.insert(itemsKey, OVPlist(items));
     return result;
 }
 
 OVPlist smartGroup(const QString &identifier, const QString &name, const QString &comments, const QString &ruleSet)
 {
     OVPlist result = record(smartGroupEntity, identifier);
-    result.insert(QStringLiteral("name"), name);
+    result.insert(nameKey, name);
     result.insert(QStringLiteral("groupType"), smartGroupType);
     result.insert(QStringLiteral("library"), libraryName);
     result.insert(QStringLiteral("parent"), rootFolder);
@@ -87,7 +154,7 @@ OVPlist ruleValue(const QString &identifier, const QString &ruleSet, const QStri
 OVPlist label(const QString &identifier, const QString &name, const QColor &color)
 {
     OVPlist result = record(labelEntity, identifier);
-    result.insert(QStringLiteral("name"), name);
+    result.insert(nameKey, name);
     result.insert(QStringLiteral("groupType"), labelGroupType);
     result.insert(QStringLiteral("labelLibrary"), libraryName);
     const QColor rgb = color.isValid() ? color.toRgb() : QColor();

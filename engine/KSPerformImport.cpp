@@ -127,14 +127,21 @@ bool KSImportOperation::performImportWithAppIdentifier(const QString &identifier
     }
     m_createdExportFolder = true;
 
-    m_libraryPlist.insert(QStringLiteral("Entities"), OVPlist::dictionary());
+    m_library.begin();
 
     if (!importGroups() || !importSmartGroups() || !importLabels() || !importItems())
         return false;
 
     // Records whose file is missing go before the file is written; the file is read back
     // before the target sees it, and a file that does not read back is never handed over.
-    const QSet<QString> itemFiles = removeRecordsWithoutFiles();
+    // A record whose file went missing is listed under the kind exported last, the one the
+    // item stage ended with.
+    QString lastKind;
+    for (const KSImportKind kind : KSImportOptions::allKinds()) {
+        if (importOptions().contains(kind))
+            lastKind = KSImportOptions::keyOf(kind);
+    }
+    const QSet<QString> itemFiles = removeRecordsWithoutFiles(lastKind);
     const QString libraryFile = QDir(folder).filePath(QStringLiteral("Kastrel.nvlibxml"));
     if (!writeLibraryFile(libraryFile, itemFiles))
         return false;

@@ -295,27 +295,17 @@ private slots:
     void groupIdentifiersComeFromTheTablesNotAScan()
     {
         const auto operation = KSImportOperationInspector::make({}, nullptr, m_apps);
-        OVPlist library = OVPlist::dictionary();
-        OVPlist entities = OVPlist::dictionary();
-        OVPlist groups = OVPlist::dictionary();
-        groups.insert(QStringLiteral("B"),
-                      KSLibraryRecords::itemGroup(QStringLiteral("B"), QStringLiteral("b"), QString(),
-                                                  {QStringLiteral("x"), QStringLiteral("y")}));
-        groups.insert(
-            QStringLiteral("A"),
-            KSLibraryRecords::itemGroup(QStringLiteral("A"), QStringLiteral("a"), QString(), {QStringLiteral("y")}));
-        entities.insert(QStringLiteral("ItemGroup"), groups);
-        OVPlist smart = OVPlist::dictionary();
-        OVPlist withItems
-            = KSLibraryRecords::smartGroup(QStringLiteral("S"), QStringLiteral("s"), QString(), QStringLiteral("R"));
-        withItems.insert(QStringLiteral("items"), QStringList {QStringLiteral("y")});
-        smart.insert(QStringLiteral("S"), withItems);
-        smart.insert(
-            QStringLiteral("T"),
-            KSLibraryRecords::smartGroup(QStringLiteral("T"), QStringLiteral("t"), QString(), QStringLiteral("R2")));
-        entities.insert(QStringLiteral("SmartGroup"), smart);
-        library.insert(QStringLiteral("Entities"), entities);
-        KSImportOperationInspector::setLibraryPlist(*operation, library);
+        // Groups "B" (listing x and y) and "A" (listing y twice), added out of table order, and
+        // a smart group, which lists no items.
+        KSLibraryFile &library = KSImportOperationInspector::library(*operation);
+        library.begin();
+        library.beginGroups();
+        library.addGroup(QStringLiteral("B"), QStringLiteral("b"), QString(),
+                         {QStringLiteral("x"), QStringLiteral("y")});
+        library.addGroup(QStringLiteral("A"), QStringLiteral("a"), QString(),
+                         {QStringLiteral("y"), QStringLiteral("y")});
+        library.beginSmartGroups();
+        library.addSmartGroup(QStringLiteral("S"), QStringLiteral("s"), QString(), QStringLiteral("R"));
         const QString y = source().addItem(KastrelItemKind::Note, QStringLiteral("y"), QStringLiteral("Y"));
         const QString z = source().addItem(KastrelItemKind::Note, QStringLiteral("z"), QStringLiteral("Z"));
         const auto app = KastrelApplication::applicationWithBundleIdentifier(*m_apps, Source);
@@ -323,15 +313,14 @@ private slots:
         const QList<KastrelDatabaseItem> notes = app->noteItems().get();
         QCOMPARE(OVPlist(KSImportOperationInspector::groupIdentifiersForDatabaseItem(*operation, notes.at(0)))
                      .toStringList(),
-                 (QStringList {QStringLiteral("LibraryGroup"), QStringLiteral("A"), QStringLiteral("B"),
-                               QStringLiteral("S")}));
+                 (QStringList {QStringLiteral("LibraryGroup"), QStringLiteral("A"), QStringLiteral("B")}));
         QCOMPARE(OVPlist(KSImportOperationInspector::groupIdentifiersForDatabaseItem(*operation, notes.at(1)))
                      .toStringList(),
                  QStringList {QStringLiteral("LibraryGroup")});
         Q_UNUSED(y)
         Q_UNUSED(z)
         // No group tables at all: the library group alone.
-        KSImportOperationInspector::setLibraryPlist(*operation, OVPlist::dictionary());
+        KSImportOperationInspector::library(*operation) = KSLibraryFile();
         QCOMPARE(OVPlist(KSImportOperationInspector::groupIdentifiersForDatabaseItem(*operation, notes.at(0)))
                      .toStringList(),
                  QStringList {QStringLiteral("LibraryGroup")});

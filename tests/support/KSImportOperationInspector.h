@@ -49,12 +49,13 @@ struct KSImportOperationInspector
 
     static void setExportWindow(KSImportOperation &operation, int window) { operation.m_exportWindow = window; }
 
-    static const OVPlist &libraryPlist(const KSImportOperation &operation) { return operation.libraryPlist(); }
-    static void setLibraryPlist(KSImportOperation &operation, const OVPlist &library)
+    // The library as it is built, as it will be written.
+    static const OVPlist &libraryPlist(const KSImportOperation &operation)
     {
-        operation.m_libraryPlist = library;
-        operation.m_groupIndex.reset();
+        return operation.library().propertyList();
     }
+    // The library itself, for tests that build one up by hand.
+    static KSLibraryFile &library(KSImportOperation &operation) { return operation.m_library; }
     static const KSImportOptions &importOptions(const KSImportOperation &operation)
     {
         return operation.importOptions();
