@@ -56,6 +56,8 @@ private:
     void textBytes();
 
     void appendByte(char byte);
+    // One hexadecimal digit of a picture's data.
+    void appendPictureDigit(char byte);
     void flushBytes();
     void appendText(const QString &text);
     void appendLatin1(QLatin1String text);

@@ -203,17 +203,8 @@ void Parser::textBytes()
         return;
     }
     if (dest == Destination::Picture) {
-        while (m_pos < m_size && m_data[m_pos] != '{' && m_data[m_pos] != '}' && m_data[m_pos] != '\\') {
-            const int value = hexValue(m_data[m_pos++]);
-            if (value < 0)
-                continue;
-            if (m_pictureNibble < 0) {
-                m_pictureNibble = value;
-            } else {
-                m_picture.append(char(m_pictureNibble * 16 + value));
-                m_pictureNibble = -1;
-            }
-        }
+        while (m_pos < m_size && m_data[m_pos] != '{' && m_data[m_pos] != '}' && m_data[m_pos] != '\\')
+            appendPictureDigit(m_data[m_pos++]);
         return;
     }
     // Plain ASCII text in the document goes in as one chunk, unless it completes a double-byte
@@ -333,18 +324,9 @@ void Parser::appendByte(char byte)
             m_components.clear();
         }
         return;
-    case Destination::Picture: {
-        const int value = hexValue(byte);
-        if (value < 0)
-            return;
-        if (m_pictureNibble < 0) {
-            m_pictureNibble = value;
-        } else {
-            m_picture.append(char(m_pictureNibble * 16 + value));
-            m_pictureNibble = -1;
-        }
+    case Destination::Picture:
+        appendPictureDigit(byte);
         return;
-    }
     case Destination::LevelText:
         // The length and the number placeholders are control characters, which text drops.
         if (static_cast<unsigned char>(byte) < 0x20) {
@@ -377,6 +359,21 @@ void Parser::appendByte(char byte)
         flushBytes();
     m_pendingCodePage = page;
     m_pendingBytes.append(byte);
+}
+
+void Parser::appendPictureDigit(char byte)
+{
+    // Picture data is hexadecimal, two digits a byte; anything else between them (line breaks,
+    // blanks) is passed over.
+    const int value = hexValue(byte);
+    if (value < 0)
+        return;
+    if (m_pictureNibble < 0) {
+        m_pictureNibble = value;
+    } else {
+        m_picture.append(char(m_pictureNibble * 16 + value));
+        m_pictureNibble = -1;
+    }
 }
 
 } // namespace RTFParsing
