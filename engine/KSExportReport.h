@@ -5,6 +5,7 @@
 #pragma once
 
 #include "engine/KSImportOperation.h"
+#include "engine/KSReportItem.h"
 
 #include <QList>
 #include <QMap>
@@ -21,6 +22,11 @@ struct KSExportReport
     QString logFile; // null when the run wrote no log
     QString libraryFile; // the file handed to the target, when it was and is still there
     QString exportFolder; // when it is still there
+    // Every item the run came to, each once, in the order the run met them.
+    QList<KSReportItem> items;
+    // The run's report, for people (HTML) and for programs (JSON); empty when none was written.
+    QString reportFile;
+    QString jsonReportFile;
 
     static KSExportReport ofOperation(const KSImportOperation &operation);
 
