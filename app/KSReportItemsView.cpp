@@ -15,6 +15,7 @@ constexpr int WidestShortColumn = 28;
 // ordinary length on one line, and for a dozen rows.
 constexpr int PreferredWidth = 140;
 constexpr int PreferredLines = 14;
+constexpr int MostFittingPasses = 8;
 
 } // namespace
 
@@ -68,9 +69,22 @@ void KSReportItemsView::fitVisibleRows()
     if (rows == 0 || m_fitting)
         return;
     m_fitting = true;
-    int row = qMax(0, rowAt(0));
-    // Each fitted row may grow and push the next ones down; fit until the viewport is full.
-    for (; row < rows && rowViewportPosition(row) < viewport()->height(); ++row)
-        resizeRowToContents(row);
+    QScrollBar *bar = verticalScrollBar();
+    // At the end, rows that grow push the last ones out of view: the view stays at the end and
+    // fits those too, a few times at most (a row fits at once; the bound only guards a loop).
+    for (int pass = 0; pass < MostFittingPasses; ++pass) {
+        const bool atEnd = bar->value() == bar->maximum();
+        bool grown = false;
+        // Each fitted row may grow and push the next ones down; fit until the viewport is full.
+        for (int row = qMax(0, rowAt(0)); row < rows && rowViewportPosition(row) < viewport()->height(); ++row) {
+            const int height = rowHeight(row);
+            resizeRowToContents(row);
+            grown = grown || rowHeight(row) != height;
+        }
+        if (!grown || !atEnd)
+            break;
+        updateGeometries();
+        bar->setValue(bar->maximum());
+    }
     m_fitting = false;
 }

@@ -178,6 +178,29 @@ private slots:
         QVERIFY(dialog->findChild<QLabel *>()->text().startsWith(QStringLiteral("2 items reached Nortavel 3.")));
     }
 
+    void rowsScrolledIntoViewAreFittedToo()
+    {
+        KSExportReportDialog report;
+        for (int index = 0; index < 2000; ++index)
+            report.report.items.append(
+                reportItem(QStringLiteral("K-%1").arg(index), QStringLiteral("Item"), QStringLiteral("notes"),
+                           KSReportItem::Outcome::NotImported,
+                           QString(60, QLatin1Char('w')).replace(QLatin1Char('w'), QStringLiteral("word "))));
+        const std::unique_ptr<QDialog> dialog = report.dialog();
+        dialog->resize(600, 400);
+        dialog->show();
+        QVERIFY(QTest::qWaitForWindowExposed(dialog.get()));
+        auto *table = dialog->findChild<KSReportItemsView *>();
+        const int unfitted = table->verticalHeader()->defaultSectionSize();
+        QVERIFY(table->rowHeight(0) > unfitted);
+        // Far down, rows not yet seen keep the default height until they are.
+        QCOMPARE(table->rowHeight(1999), unfitted);
+        table->scrollToBottom();
+        QTRY_VERIFY(table->rowHeight(1999) > unfitted);
+        // And the end stays in view: the last row is the one at the bottom.
+        QCOMPARE(table->rowAt(table->viewport()->height() - 1), 1999);
+    }
+
     void withoutItemsTheProblemsAreListed()
     {
         KSExportReportDialog report;
