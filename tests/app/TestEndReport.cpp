@@ -264,6 +264,29 @@ private slots:
                  QStringLiteral("%1 is not there any more.").arg(report.report.reportFile));
     }
 
+    void openLogFolderOpensTheFolderOrSaysWhyNot()
+    {
+        KSExportReportDialog report;
+        const QString folder = m_folder.filePath(QStringLiteral("Logs"));
+        QVERIFY(QDir().mkpath(folder));
+        report.report.logFile = folder + QStringLiteral("/Kastrel Export.log");
+        const std::unique_ptr<QDialog> dialog = report.dialog();
+        QPushButton *openLogFolder = nullptr;
+        for (QPushButton *button : dialog->findChildren<QPushButton *>()) {
+            if (button->text() == QStringLiteral("&Open Log Folder"))
+                openLogFolder = button;
+        }
+        QVERIFY(openLogFolder);
+        OpenedUrls opened;
+        openLogFolder->click();
+        QCOMPARE(opened.urls, QList<QUrl> {QUrl::fromLocalFile(folder)});
+        QVERIFY(QDir(folder).removeRecursively());
+        openLogFolder->click();
+        QCOMPARE(opened.urls.size(), 1);
+        QCOMPARE(m_alerts->alerts.size(), 1);
+        QCOMPARE(m_alerts->alerts.first().informativeText, QStringLiteral("%1 is not there any more.").arg(folder));
+    }
+
     void errorAndCancelAlertsNameTheReport()
     {
         KSExportReport report;
