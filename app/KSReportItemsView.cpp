@@ -28,7 +28,9 @@ KSReportItemsView::KSReportItemsView(KSReportItemsModel *model, QWidget *parent)
     setTextElideMode(Qt::ElideNone);
     setSelectionBehavior(QAbstractItemView::SelectRows);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    // The reason column takes the width that is left and wraps in it: a scroll bar only when
+    // the window is too narrow even for the short columns.
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     verticalHeader()->hide();
     verticalHeader()->setSectionResizeMode(QHeaderView::Interactive);
