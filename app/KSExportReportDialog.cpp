@@ -1,16 +1,17 @@
 #include "app/KSExportReportDialog.h"
 
+#include "app/KSDesktopOpen.h"
+#include "app/KSReportItemsModel.h"
+#include "app/KSReportItemsView.h"
 #include "foundation/OVLocalization.h"
 #include "foundation/OVStringFormat.h"
 
-#include <QDesktopServices>
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QFileInfo>
 #include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
-#include <QUrl>
 #include <QVBoxLayout>
 
 namespace {
@@ -19,6 +20,13 @@ KSExportReportDialog::Handler &installedHandler()
 {
     static KSExportReportDialog::Handler handler;
     return handler;
+}
+
+QString uncarriableCharactersText(qint64 records)
+{
+    return OVLocalizedCountString(
+        QT_TRANSLATE_N_NOOP("KastrelImporter", "characters that XML cannot carry were left out of %n records"),
+        records);
 }
 
 } // namespace
@@ -83,9 +91,7 @@ QStringList KSExportReportDialog::listedItems() const
             OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "passed over: item %@ (%@)")),
                                {item.identifier, item.reason}));
     if (report.recordsWithUncarriableCharacters > 0)
-        lines.append(OVLocalizedCountString(
-            QT_TRANSLATE_N_NOOP("KastrelImporter", "characters that XML cannot carry were left out of %n records"),
-            report.recordsWithUncarriableCharacters));
+        lines.append(uncarriableCharactersText(report.recordsWithUncarriableCharacters));
     return lines;
 }
 
@@ -95,6 +101,19 @@ QString KSExportReportDialog::logText() const
         return OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "No log was written."));
     return OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "The log is %@.")),
                               {report.logFile});
+}
+
+QString KSExportReportDialog::reportFileText() const
+{
+    if (!canOpenReportFile())
+        return QString();
+    return OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "The report is %@.")),
+                              {report.reportFile});
+}
+
+bool KSExportReportDialog::canOpenReportFile() const
+{
+    return KSDesktopOpen::isThere(report.reportFile);
 }
 
 void KSExportReportDialog::runModal(QWidget *parent) const
@@ -115,14 +134,24 @@ std::unique_ptr<QDialog> KSExportReportDialog::dialog(QWidget *parent) const
     auto *summary = new QLabel(summaryText(), dialog.get());
     summary->setWordWrap(true);
     layout->addWidget(summary);
-    const QStringList items = listedItems();
-    if (!items.isEmpty()) {
+    if (!report.items.isEmpty()) {
+        auto *table = new KSReportItemsView(new KSReportItemsModel(report.items), dialog.get());
+        table->setObjectName(QStringLiteral("reportItems"));
+        layout->addWidget(table, 1);
+        if (report.recordsWithUncarriableCharacters > 0) {
+            auto *characters
+                = new QLabel(uncarriableCharactersText(report.recordsWithUncarriableCharacters), dialog.get());
+            characters->setWordWrap(true);
+            layout->addWidget(characters);
+        }
+    } else if (const QStringList items = listedItems(); !items.isEmpty()) {
         auto *list = new QListWidget(dialog.get());
         list->addItems(items);
         list->setMinimumSize(520, 160);
-        layout->addWidget(list);
+        layout->addWidget(list, 1);
     }
-    auto *log = new QLabel(logText(), dialog.get());
+    const QString files = QStringList {logText(), reportFileText()}.join(QLatin1Char(' ')).trimmed();
+    auto *log = new QLabel(files, dialog.get());
     log->setWordWrap(true);
     log->setTextInteractionFlags(Qt::TextSelectableByMouse);
     layout->addWidget(log);
@@ -136,8 +165,18 @@ std::unique_ptr<QDialog> KSExportReportDialog::dialog(QWidget *parent) const
         QPushButton *openLog = buttons->addButton(
             OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "&Open Log Folder")), QDialogButtonBox::ActionRole);
         const QString folder = QFileInfo(report.logFile).absolutePath();
-        QObject::connect(openLog, &QPushButton::clicked,
-                         [folder] { QDesktopServices::openUrl(QUrl::fromLocalFile(folder)); });
+        QDialog *window = dialog.get();
+        QObject::connect(openLog, &QPushButton::clicked, window,
+                         [folder, window] { KSDesktopOpen::open(folder, window); });
+    }
+    if (canOpenReportFile()) {
+        QPushButton *openReport = buttons->addButton(
+            OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Open &Report")), QDialogButtonBox::ActionRole);
+        openReport->setObjectName(QStringLiteral("openReport"));
+        const QString file = report.reportFile;
+        QDialog *window = dialog.get();
+        QObject::connect(openReport, &QPushButton::clicked, window,
+                         [file, window] { KSDesktopOpen::open(file, window); });
     }
     QObject::connect(buttons, &QDialogButtonBox::accepted, dialog.get(), &QDialog::accept);
     layout->addWidget(buttons);

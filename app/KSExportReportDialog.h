@@ -1,7 +1,7 @@
 // The report a person sees when an export has ended, before the application quits: how many
-// items reached Nortavel 3 of each kind, the items passed over and the items that did not
-// arrive whole (each with its name and the reason), and where the log is, with a button that
-// opens the log's folder and one that quits. Behind a seam like the alerts: a test installs a
+// items reached Nortavel 3 of each kind, a table of the items (what happened to each and why,
+// those that need attention first), and where the log and the report file are, with buttons
+// that open the log's folder and the report file, and one that quits. Behind a seam like the alerts: a test installs a
 // handler that sees the report and answers at once.
 #pragma once
 
@@ -21,10 +21,15 @@ struct KSExportReportDialog
 
     // "42 items reached Nortavel 3: 30 notes, 12 bookmarks." and what needs attention.
     QString summaryText() const;
-    // One line per item passed over or not arrived whole, with its name and the reason.
+    // One line per item passed over or not arrived whole, with its name and the reason: what
+    // the window lists when the report has no table of items.
     QStringList listedItems() const;
     // Where the log is, or that there is none.
     QString logText() const;
+    // Where the report file is, or an empty string when there is none to open.
+    QString reportFileText() const;
+    // Whether the report file is there, to be opened.
+    bool canOpenReportFile() const;
 
     // Shows the report application-modally until the person quits.
     void runModal(QWidget *parent = nullptr) const;

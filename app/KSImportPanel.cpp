@@ -2,6 +2,7 @@
 
 #include "app/KSAlert.h"
 #include "app/KSApplicationTermination.h"
+#include "app/KSDesktopOpen.h"
 #include "app/KSExportReportDialog.h"
 #include "app/KSInterfaceTexts.h"
 #include "app/KSProgressIndicator.h"
@@ -221,11 +222,10 @@ void KSImportPanel::importOperationDidEncounterError(KSImportOperation *operatio
         : error.localizedDescription;
     const KSExportReport report = reportOf(operation);
     tellADistractedPerson(KSDesktopNotifier::Ending::Failed, errorText + QLatin1Char('\n') + whatWasHanded(report));
-    KSAlert alert;
-    alert.messageText = OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "An error occurred while exporting."));
-    alert.informativeText = errorText + QStringLiteral("\n\n") + whatReachedTheTarget(report);
-    alert.buttons = QStringList {OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Quit"))};
-    alert.runModal(this);
+    runEndingAlert(
+        endingAlert(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "An error occurred while exporting.")),
+                    errorText, report),
+        report, this);
     // No export goes on past an error shown to the person: whatever the engine still sends
     // (its cancellation, its end) no longer reaches the sheet.
     stopFollowingOperation();
@@ -237,11 +237,9 @@ void KSImportPanel::importOperationDidCancel(KSImportOperation *operation)
 {
     const KSExportReport report = reportOf(operation);
     tellADistractedPerson(KSDesktopNotifier::Ending::Cancelled, whatWasHanded(report));
-    KSAlert alert;
-    alert.messageText = OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "The export was cancelled."));
-    alert.informativeText = whatReachedTheTarget(report);
-    alert.buttons = QStringList {OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Quit"))};
-    alert.runModal(this);
+    runEndingAlert(endingAlert(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "The export was cancelled.")),
+                               QString(), report),
+                   report, this);
     finishSheet(0);
 }
 
@@ -295,11 +293,27 @@ QString KSImportPanel::whatWasHanded(const KSExportReport &report)
 
 QString KSImportPanel::whatReachedTheTarget(const KSExportReport &report)
 {
-    const QString handed = whatWasHanded(report);
-    if (report.logFile.isEmpty())
-        return handed + QLatin1Char(' ')
-            + OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "No log was written."));
-    return handed + QLatin1Char(' ')
-        + OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "The log is %@.")),
-                             {report.logFile});
+    const KSExportReportDialog files {report};
+    return QStringList {whatWasHanded(report), files.logText(), files.reportFileText()}
+        .join(QLatin1Char(' '))
+        .trimmed();
+}
+
+KSAlert KSImportPanel::endingAlert(const QString &message, const QString &errorText, const KSExportReport &report)
+{
+    KSAlert alert;
+    alert.messageText = message;
+    alert.informativeText = errorText.isEmpty() ? whatReachedTheTarget(report)
+                                                : errorText + QStringLiteral("\n\n") + whatReachedTheTarget(report);
+    alert.buttons = QStringList {OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Quit"))};
+    if (KSExportReportDialog {report}.canOpenReportFile())
+        alert.buttons.append(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Open &Report")));
+    return alert;
+}
+
+void KSImportPanel::runEndingAlert(const KSAlert &alert, const KSExportReport &report, QWidget *parent)
+{
+    // The report opens in an application of its own, which stays when this one quits.
+    if (alert.runModal(parent) == OpenReportButton && alert.buttons.size() > OpenReportButton)
+        KSDesktopOpen::open(report.reportFile, parent);
 }

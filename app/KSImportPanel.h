@@ -8,6 +8,7 @@
 // "ImportPanel".
 #pragma once
 
+#include "app/KSAlert.h"
 #include "app/KSDesktopNotifier.h"
 #include "app/KSLauncherProgress.h"
 #include "app/KSSheet.h"
@@ -82,6 +83,15 @@ public:
     void importOperationDidCancel(KSImportOperation *operation) override;
     void importOperationDidEnd(KSImportOperation *operation) override;
 
+    // The alert of a run that failed (after `errorText`) or was cancelled (no error text): what
+    // reached Nortavel 3, where the log and the report file are, a Quit button, and an Open
+    // Report button when the report file is there.
+    static KSAlert endingAlert(const QString &message, const QString &errorText, const KSExportReport &report);
+    // Shows `alert` over `parent` until the person answers, and opens the report file when
+    // that was the answer.
+    static void runEndingAlert(const KSAlert &alert, const KSExportReport &report, QWidget *parent);
+    static constexpr int OpenReportButton = 1;
+
 signals:
     void operationFinished();
 
@@ -91,7 +101,8 @@ private:
     // Nothing more the engine sends reaches the sheet, and the engine is told to stop.
     void stopFollowingOperation();
     void setTitleAndInformation(const QString &title, const QString &information);
-    // Whether anything reached the target, and where the log is: what every alert ends with.
+    // Whether anything reached the target, and where the log and the report file are: what
+    // every alert ends with.
     static QString whatReachedTheTarget(const KSExportReport &report);
     // The account of `operation` (null: the sheet's own run; none: an empty one).
     KSExportReport reportOf(KSImportOperation *operation) const;

@@ -79,15 +79,32 @@ QString KSExportReport::problemKindName(KSImportOperation::ItemProblemKind kind)
     return QStringLiteral("incomplete");
 }
 
+QString KSExportReport::outcomeDescription(KSReportItem::Outcome outcome)
+{
+    switch (outcome) {
+    case KSReportItem::Outcome::Imported:
+        return OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "imported"));
+    case KSReportItem::Outcome::PassedOver:
+        return OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "passed over"));
+    case KSReportItem::Outcome::OriginalFileAttached:
+        return OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "imported with its original file attached"));
+    case KSReportItem::Outcome::Incomplete:
+        return OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "not fully imported"));
+    case KSReportItem::Outcome::NotImported:
+        break;
+    }
+    return OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "not imported"));
+}
+
 QString KSExportReport::problemKindDescription(KSImportOperation::ItemProblemKind kind)
 {
     switch (kind) {
     case KSImportOperation::ItemProblemKind::NotImported:
-        return OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "not imported"));
+        return outcomeDescription(KSReportItem::Outcome::NotImported);
     case KSImportOperation::ItemProblemKind::OriginalFileAttached:
-        return OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "imported with its original file attached"));
+        return outcomeDescription(KSReportItem::Outcome::OriginalFileAttached);
     case KSImportOperation::ItemProblemKind::Incomplete:
         break;
     }
-    return OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "not fully imported"));
+    return outcomeDescription(KSReportItem::Outcome::Incomplete);
 }

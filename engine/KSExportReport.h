@@ -39,6 +39,8 @@ struct KSExportReport
     static QString itemTypeName(qint64 itemType);
     // The stable name of a problem kind ("notImported", "originalFileAttached", "incomplete").
     static QString problemKindName(KSImportOperation::ItemProblemKind kind);
-    // The localised words for a problem kind ("not imported", ...).
+    // The localised words for an item's outcome ("imported", "not imported", ...).
+    static QString outcomeDescription(KSReportItem::Outcome outcome);
+    // The localised words for a problem kind ("not imported", ...), those of its outcome.
     static QString problemKindDescription(KSImportOperation::ItemProblemKind kind);
 };

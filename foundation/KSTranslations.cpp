@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QLibraryInfo>
+#include <QPointer>
 #include <QTranslator>
 #include <algorithm>
 
@@ -34,6 +35,21 @@ bool installFrom(const QLocale &locale, const QString &name, const QString &fold
     return false;
 }
 
+// The English counts under whatever is installed later, once: translators are asked last
+// installed first, and one installed again would move ahead of the person's language.
+void installEnglishFallback()
+{
+    static QPointer<QTranslator> fallback;
+    if (fallback)
+        return;
+    auto *translator = new QTranslator(QCoreApplication::instance());
+    if (translator->load(QString::fromLatin1(englishFallbackCatalogue))
+        && QCoreApplication::installTranslator(translator))
+        fallback = translator;
+    else
+        delete translator;
+}
+
 } // namespace
 
 QStringList catalogueFolders()
@@ -58,6 +74,7 @@ QString catalogueFor(const QLocale &locale, const QStringList &folders)
 
 QString install(const QLocale &locale, const QStringList &folders)
 {
+    installEnglishFallback();
     const QString catalogue = catalogueFor(locale, folders);
     if (catalogue.isEmpty())
         return QString();

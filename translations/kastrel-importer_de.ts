@@ -693,5 +693,77 @@ werden aufgeführt, zählen aber nicht), 64 falscher Aufruf.
             <numerusform>%n Objekte brauchen Aufmerksamkeit; der Bericht nennt sie.</numerusform>
         </translation>
     </message>
+    <message>
+        <source>imported</source>
+        <translation>importiert</translation>
+    </message>
+    <message>
+        <source>passed over</source>
+        <translation>übergangen</translation>
+    </message>
+    <message>
+        <source>%@ could not be opened.</source>
+        <translation>%@ konnte nicht geöffnet werden.</translation>
+    </message>
+    <message>
+        <source>The desktop has no application for it. It is %@.</source>
+        <translation>Die Arbeitsumgebung hat kein Programm dafür. Die Datei ist %@.</translation>
+    </message>
+    <message>
+        <source>%@ is not there any more.</source>
+        <translation>%@ ist nicht mehr vorhanden.</translation>
+    </message>
+    <message>
+        <source>The report is %@.</source>
+        <translation>Der Bericht ist %@.</translation>
+    </message>
+    <message>
+        <source>Open &amp;Report</source>
+        <translation>Be&amp;richt öffnen</translation>
+    </message>
+    <message>
+        <source>Item</source>
+        <translation>Objekt</translation>
+    </message>
+    <message>
+        <source>Kind</source>
+        <translation>Art</translation>
+    </message>
+    <message>
+        <source>What happened</source>
+        <translation>Was geschah</translation>
+    </message>
+    <message>
+        <source>Why</source>
+        <translation>Warum</translation>
+    </message>
+    <message>
+        <source>note</source>
+        <translation>Notiz</translation>
+    </message>
+    <message>
+        <source>bookmark</source>
+        <translation>Lesezeichen</translation>
+    </message>
+    <message>
+        <source>serial number</source>
+        <translation>Seriennummer</translation>
+    </message>
+    <message>
+        <source>password</source>
+        <translation>Passwort</translation>
+    </message>
+    <message>
+        <source>image</source>
+        <translation>Bild</translation>
+    </message>
+    <message>
+        <source>PDF document</source>
+        <translation>PDF-Dokument</translation>
+    </message>
+    <message>
+        <source>web archive</source>
+        <translation>Webarchiv</translation>
+    </message>
 </context>
 </TS>

@@ -156,6 +156,20 @@ struct SheetRun
     }
 };
 
+// One item of a report built by hand, its reason the same in both languages.
+inline KSReportItem reportItem(const QString &identifier, const QString &name, const QString &optionKey,
+                               KSReportItem::Outcome outcome, const QString &reason = QString())
+{
+    KSReportItem item;
+    item.identifier = identifier;
+    item.name = name;
+    item.optionKey = optionKey;
+    item.outcome = outcome;
+    item.reason = reason;
+    item.englishReason = reason;
+    return item;
+}
+
 // A dark palette as desktops ship them. Its link colour is too dark for its background on
 // purpose: whatever shows links must lighten it.
 inline QPalette darkPalette()

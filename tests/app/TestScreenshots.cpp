@@ -41,28 +41,75 @@ void checkNothingCutOff(QWidget *window)
     }
 }
 
+KSImportOperation::ItemProblem sampleProblem(const KSReportItem &item, KSImportOperation::ItemProblemKind kind)
+{
+    KSImportOperation::ItemProblem problem;
+    problem.identifier = item.identifier;
+    problem.name = item.name;
+    problem.optionKey = item.optionKey;
+    problem.kind = kind;
+    problem.reason = item.reason;
+    return problem;
+}
+
+// A report with an item of every outcome, names in Japanese and with accents, a reason too
+// long for one line, and a report file that is there (so that it can be opened).
 KSExportReport sampleReport()
 {
+    using Outcome = KSReportItem::Outcome;
     KSExportReport report;
     report.importedByKind = {{QStringLiteral("note"), 1204},
                              {QStringLiteral("bookmark"), 311},
                              {QStringLiteral("image"), 87},
                              {QStringLiteral("webPage"), 12}};
     report.importedTotal = 1614;
+
+    const KSReportItem notImported = reportItem(
+        QStringLiteral("K-0412"), QStringLiteral("\u4f1a\u8b70\u306e\u8b70\u4e8b\u9332"), QStringLiteral("PDFs"),
+        Outcome::NotImported,
+        OVStringWithFormat(
+            OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "its text could not be read (%@)")),
+            {QStringLiteral("Kastrel answered the export command with error -1728: the document's file was moved "
+                            "or removed while the export ran")}));
+    const KSReportItem attached = reportItem(
+        QStringLiteral("K-1187"), QStringLiteral("Meeting notes 2019"), QStringLiteral("notes"),
+        Outcome::OriginalFileAttached,
+        OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "its text could not be read (%@)")),
+                           {QStringLiteral("\\cf9 out of range")}));
+    const KSReportItem incomplete
+        = reportItem(QStringLiteral("K-0733"), QStringLiteral("Caf\u00e9 M\u00fcller"), QStringLiteral("bookmarks"),
+                     Outcome::Incomplete, QStringLiteral("its \"modificationDate\" could not be used"));
+    const KSReportItem passedOver
+        = reportItem(QStringLiteral("K-2231"), QString(), QStringLiteral("images"), Outcome::PassedOver,
+                     OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "it has no name")));
+    report.items = {
+        reportItem(QStringLiteral("K-0001"), QStringLiteral("\u6771\u4eac\u306e\u5730\u56f3"), QStringLiteral("images"),
+                   Outcome::Imported),
+        notImported,
+        reportItem(QStringLiteral("K-0002"), QStringLiteral("R\u00e9sum\u00e9 (fran\u00e7ais)"),
+                   QStringLiteral("notes"), Outcome::Imported),
+        passedOver,
+        attached,
+        reportItem(QStringLiteral("K-0003"), QStringLiteral("Wi-Fi"), QStringLiteral("passwords"), Outcome::Imported),
+        incomplete,
+    };
+    report.problems = {sampleProblem(notImported, KSImportOperation::ItemProblemKind::NotImported),
+                       sampleProblem(attached, KSImportOperation::ItemProblemKind::OriginalFileAttached),
+                       sampleProblem(incomplete, KSImportOperation::ItemProblemKind::Incomplete)};
     KSImportOperation::SkippedItem skipped;
-    skipped.identifier = QStringLiteral("K-2231");
-    skipped.optionKey = QStringLiteral("notes");
-    skipped.reason = OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "it has no name"));
+    skipped.identifier = passedOver.identifier;
+    skipped.optionKey = passedOver.optionKey;
+    skipped.reason = passedOver.reason;
     report.passedOver.append(skipped);
-    KSImportOperation::ItemProblem problem;
-    problem.identifier = QStringLiteral("K-1187");
-    problem.name = QStringLiteral("Meeting notes 2019");
-    problem.optionKey = QStringLiteral("notes");
-    problem.kind = KSImportOperation::ItemProblemKind::OriginalFileAttached;
-    problem.reason = OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "its text could not be read (%@)"))
-                         .replace(QStringLiteral("%@"), QStringLiteral("\\cf9 out of range"));
-    report.problems.append(problem);
-    report.logFile = QStringLiteral("/home/person/.local/share/Nortavel 3/Logs/Kastrel Export.log");
+
+    const QDir logs(
+        QDir(qEnvironmentVariable("XDG_DATA_HOME", QDir::tempPath())).filePath(QStringLiteral("Nortavel 3/Logs")));
+    logs.mkpath(QStringLiteral("."));
+    report.logFile = logs.filePath(QStringLiteral("Kastrel Export.log"));
+    report.reportFile = logs.filePath(QStringLiteral("Kastrel Export Report.html"));
+    QFile reportFile(report.reportFile);
+    if (!reportFile.open(QIODevice::WriteOnly))
+        qFatal("cannot write %s", qPrintable(report.reportFile));
     report.libraryFile = QStringLiteral("/var/tmp/person/Kastrel/Kastrel.nvlibxml");
     return report;
 }
@@ -95,6 +142,8 @@ private slots:
     {
         m_lightPalette = QApplication::palette();
         KSApplicationIcon::install();
+        // As the program does: English counts ("1 item") before any language of its own.
+        KSTranslations::install(QLocale::c(), {});
     }
     void init() { m_alerts = std::make_unique<AlertRecorder>(); }
     void cleanup()
@@ -160,9 +209,12 @@ private slots:
 
         const KSExportReportDialog report {sampleReport()};
         const std::unique_ptr<QDialog> dialog = report.dialog(controller.infoWindow());
+        // The size the window takes on a desktop's screen; the test's screen is a small one.
+        dialog->resize(dialog->sizeHint().expandedTo(QSize(780, 420)));
         dialog->show();
         QVERIFY(QTest::qWaitForWindowExposed(dialog.get()));
         checkNothingCutOff(dialog.get());
+        QVERIFY(dialog->findChild<QWidget *>(QStringLiteral("openReport")));
         saveScreenshot(dialog.get(), fileName(QStringLiteral("end-report"), look));
     }
 };

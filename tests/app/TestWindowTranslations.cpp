@@ -5,6 +5,7 @@
 #include "app/AppController.h"
 #include "app/KSImportPanel.h"
 #include "app/KSOptionsPanel.h"
+#include "app/KSReportItemsModel.h"
 #include "engine/KSImportOptions.h"
 #include "foundation/KSTranslations.h"
 
@@ -15,6 +16,7 @@
 #include <QLabel>
 #include <QMainWindow>
 #include <QPushButton>
+#include <QTemporaryDir>
 #include <QTimer>
 
 using namespace AppTestSupport;
@@ -154,6 +156,24 @@ private slots:
         report.report.passedOver.append({QStringLiteral("I9"), QStringLiteral("images"),
                                          QStringLiteral("es hat keinen Namen"), QStringLiteral("it has no name")});
         report.report.logFile = QStringLiteral("/tmp/Kastrel Export.log");
+        KSReportItem passedOver;
+        passedOver.identifier = QStringLiteral("I9");
+        passedOver.optionKey = QStringLiteral("images");
+        passedOver.outcome = KSReportItem::Outcome::PassedOver;
+        passedOver.reason = QStringLiteral("es hat keinen Namen");
+        report.report.items = {passedOver};
+        const QTemporaryDir folder;
+        report.report.reportFile = folder.filePath(QStringLiteral("Bericht.html"));
+        QFile reportFile(report.report.reportFile);
+        QVERIFY(reportFile.open(QIODevice::WriteOnly));
+        reportFile.close();
+        QCOMPARE(report.reportFileText(), QStringLiteral("Der Bericht ist %1.").arg(report.report.reportFile));
+        const KSReportItemsModel table(report.report.items);
+        QCOMPARE(table.headerData(KSReportItemsModel::OutcomeColumn, Qt::Horizontal).toString(),
+                 QStringLiteral("Was geschah"));
+        QCOMPARE(table.data(table.index(0, KSReportItemsModel::KindColumn)).toString(), QStringLiteral("Bild"));
+        QCOMPARE(table.data(table.index(0, KSReportItemsModel::OutcomeColumn)).toString(),
+                 QStringLiteral("\u00fcbergangen"));
         QCOMPARE(report.summaryText(),
                  QStringLiteral("3 Objekte sind in Nortavel 3 angekommen: 2 Bilder, 1 Notiz. "
                                 "1 Objekt wurde \u00fcbergangen."));
@@ -176,6 +196,7 @@ private slots:
         QVERIFY2(texts.contains(QStringLiteral("Export beendet")), qPrintable(texts.join(QStringLiteral(" | "))));
         QVERIFY(texts.contains(QStringLiteral("&Beenden")));
         QVERIFY(texts.contains(QStringLiteral("&Protokollordner \u00f6ffnen")));
+        QVERIFY(texts.contains(QStringLiteral("Be&richt \u00f6ffnen")));
     }
 };
 

@@ -1,6 +1,7 @@
 // The catalogue is chosen from the system locale at start, for the command line as for the
 // window: German under a German LANG, LC_ALL or LANGUAGE, the English one (its counts only)
-// under C or English, nothing for a language without a catalogue.
+// under C or English, nothing for a language without a catalogue, whose counts then read
+// English from the copy built into the program.
 #include "TestConfig.h"
 #include "foundation/KSTranslations.h"
 #include "foundation/OVLocalization.h"
@@ -113,6 +114,17 @@ private slots:
                  QStringLiteral("Export ended."));
         QCOMPARE(OVLocalizedCountString(QT_TRANSLATE_N_NOOP("KastrelImporter", "%n items were passed over."), 1),
                  QStringLiteral("1 items were passed over."));
+        // French has no catalogue: its counts come from the English one built into the program.
+        QCOMPARE(KSTranslations::install(QLocale(QStringLiteral("fr_FR")), BuildFolders), QString());
+        QCOMPARE(OVLocalizedCountString(QT_TRANSLATE_N_NOOP("KastrelImporter", "%n items were passed over."), 1),
+                 QStringLiteral("1 item was passed over."));
+        QCOMPARE(OVLocalizedCountString(
+                     QT_TRANSLATE_N_NOOP("KastrelImporter",
+                                         "Export ended, but %n items did not arrive whole (listed above)."),
+                     1),
+                 QStringLiteral("Export ended, but 1 item did not arrive whole (listed above)."));
+        QCOMPARE(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Export ended.")),
+                 QStringLiteral("Export ended."));
         QVERIFY(
             KSTranslations::install(QLocale(QStringLiteral("en_US")), BuildFolders).endsWith(QLatin1String("_en.qm")));
         QCOMPARE(OVLocalizedCountString(QT_TRANSLATE_N_NOOP("KastrelImporter", "%n items were passed over."), 1),
@@ -125,6 +137,15 @@ private slots:
                  QStringLiteral("Export beendet."));
         QCOMPARE(OVLocalizedCountString(QT_TRANSLATE_N_NOOP("KastrelImporter", "%n items were passed over."), 1),
                  QStringLiteral("1 Objekt wurde \u00fcbergangen."));
+        // German keeps its own forms over the English ones installed before.
+        QCOMPARE(OVLocalizedCountString(QT_TRANSLATE_N_NOOP("KastrelImporter", "%n items were passed over."), 2),
+                 QStringLiteral("2 Objekte wurden \u00fcbergangen."));
+        QCOMPARE(OVLocalizedCountString(
+                     QT_TRANSLATE_N_NOOP("KastrelImporter",
+                                         "Export ended, but %n items did not arrive whole (listed above)."),
+                     1),
+                 QStringLiteral(
+                     "Export beendet, aber 1 Objekt ist nicht vollst\u00e4ndig angekommen (oben aufgef\u00fchrt)."));
         // Qt's own buttons in German too.
         QCOMPARE(QCoreApplication::translate("QPlatformTheme", "Cancel"), QStringLiteral("Abbrechen"));
     }
