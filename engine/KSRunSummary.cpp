@@ -1,54 +1,61 @@
-#include "cli/CommandLineSummary.h"
+#include "engine/KSRunSummary.h"
 
-#include "cli/CommandLineProgress.h"
-#include "cli/KSExitStatus.h"
+#include "engine/KSExitStatus.h"
 #include "engine/KSExportReport.h"
-#include "engine/KSImportOperation.h"
 
 #include <QDir>
-#include <QJsonArray>
 
-namespace CommandLineSummary {
+namespace KSRunSummary {
 
 namespace {
-
-QString outcomeName(CommandLineProgress::Outcome outcome)
-{
-    switch (outcome) {
-    case CommandLineProgress::Outcome::Ended:
-        return QStringLiteral("ended");
-    case CommandLineProgress::Outcome::Cancelled:
-        return QStringLiteral("cancelled");
-    case CommandLineProgress::Outcome::Failed:
-        return QStringLiteral("failed");
-    case CommandLineProgress::Outcome::Running:
-        break;
-    }
-    return QStringLiteral("unfinished");
-}
 
 QJsonValue pathOrNull(const QString &path)
 {
     return path.isEmpty() ? QJsonValue() : QJsonValue(QDir::cleanPath(path));
 }
 
-} // namespace
-
-int exitStatus(const CommandLineProgress &progress, const KSExportReport &report)
+QJsonValue textOrNull(const QString &text)
 {
-    const int status = progress.exitStatus();
-    // An item that arrived without part of what it carries (a date, its label, its own
-    // identifier) did not arrive whole either.
-    if (status == KSExitStatus::Ended && !report.problems.isEmpty())
-        return KSExitStatus::ItemsMissing;
-    return status;
+    return text.isEmpty() ? QJsonValue() : QJsonValue(text);
 }
 
-QJsonObject summary(const KSImportOperation &operation, const CommandLineProgress &progress,
-                    const KSExportReport &report)
+} // namespace
+
+QString outcomeName(KSImportOperation::RunOutcome outcome)
+{
+    switch (outcome) {
+    case KSImportOperation::RunOutcome::Ended:
+        return QStringLiteral("ended");
+    case KSImportOperation::RunOutcome::Cancelled:
+        return QStringLiteral("cancelled");
+    case KSImportOperation::RunOutcome::Failed:
+        return QStringLiteral("failed");
+    case KSImportOperation::RunOutcome::Running:
+        break;
+    }
+    return QStringLiteral("unfinished");
+}
+
+int exitStatus(const KSImportOperation &operation, const KSExportReport &report)
+{
+    switch (operation.runOutcome()) {
+    case KSImportOperation::RunOutcome::Failed:
+        return KSExitStatus::Failed;
+    case KSImportOperation::RunOutcome::Cancelled:
+        return KSExitStatus::Cancelled;
+    case KSImportOperation::RunOutcome::Running:
+    case KSImportOperation::RunOutcome::Ended:
+        break;
+    }
+    // An item that arrived without part of what it carries (a date, its label, its own
+    // identifier) did not arrive whole either.
+    return report.problems.isEmpty() ? KSExitStatus::Ended : KSExitStatus::ItemsMissing;
+}
+
+QJsonObject summary(const KSImportOperation &operation, const KSExportReport &report)
 {
     QJsonArray errors;
-    for (const OVError &error : progress.errors()) {
+    for (const OVError &error : operation.reportedErrors()) {
         errors.append(QJsonObject {{QStringLiteral("domain"), error.domain},
                                    {QStringLiteral("code"), error.code},
                                    {QStringLiteral("text"), error.descriptionInEnglish()}});
@@ -78,13 +85,15 @@ QJsonObject summary(const KSImportOperation &operation, const CommandLineProgres
         exported.insert(count.key(), count.value());
 
     return QJsonObject {
-        {QStringLiteral("outcome"), outcomeName(progress.outcome())},
-        {QStringLiteral("exitStatus"), exitStatus(progress, report)},
+        {QStringLiteral("outcome"), outcomeName(operation.runOutcome())},
+        {QStringLiteral("exitStatus"), exitStatus(operation, report)},
         {QStringLiteral("errors"), errors},
         {QStringLiteral("announced"), announced},
         {QStringLiteral("exported"), exported},
         {QStringLiteral("exportedTotal"), report.importedTotal},
-        {QStringLiteral("recordsReported"), qint64(progress.recordsExported())},
+        {QStringLiteral("recordsReported"), qint64(operation.recordEventCount())},
+        {QStringLiteral("itemsAnnounced"), report.itemsAnnounced},
+        {QStringLiteral("itemsReached"), qint64(report.items.size())},
         {QStringLiteral("skipped"), skipped},
         {QStringLiteral("problems"), problems},
         {QStringLiteral("recordsWithUncarriableCharacters"), report.recordsWithUncarriableCharacters},
@@ -92,7 +101,27 @@ QJsonObject summary(const KSImportOperation &operation, const CommandLineProgres
         {QStringLiteral("exportFolder"), pathOrNull(report.exportFolder)},
         {QStringLiteral("libraryFile"), pathOrNull(report.libraryFile)},
         {QStringLiteral("logFile"), pathOrNull(report.logFile)},
+        {QStringLiteral("reportFile"), pathOrNull(report.reportFile)},
+        {QStringLiteral("jsonReportFile"), pathOrNull(report.jsonReportFile)},
+        {QStringLiteral("reportProblem"), textOrNull(report.englishReportProblem)},
     };
 }
 
-} // namespace CommandLineSummary
+QJsonArray items(const KSExportReport &report)
+{
+    QJsonArray items;
+    for (const KSReportItem &item : report.items) {
+        items.append(QJsonObject {
+            {QStringLiteral("identifier"), item.identifier},
+            {QStringLiteral("name"), item.name},
+            {QStringLiteral("kind"), item.optionKey},
+            {QStringLiteral("nortavelKind"), textOrNull(item.nortavelKind)},
+            {QStringLiteral("file"), textOrNull(item.file)},
+            {QStringLiteral("outcome"), KSReportItem::outcomeName(item.outcome)},
+            {QStringLiteral("reason"), textOrNull(item.englishReason)},
+        });
+    }
+    return items;
+}
+
+} // namespace KSRunSummary

@@ -1,0 +1,19 @@
+// A run's report for people, as one HTML page in the person's language: how the run ended
+// (with its errors, how far it came and that nothing was handed over when it stopped), the
+// counts per kind, a table of the items that need a look and a table of every item. Plain
+// HTML5 in UTF-8 with a small style sheet that follows a dark appearance; no scripts, and
+// every text escaped.
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+class KSImportOperation;
+struct KSExportReport;
+
+namespace KSReportHtml {
+
+// The page for `operation`, whose account is `report`; `title` names it.
+QByteArray page(const KSImportOperation &operation, const KSExportReport &report, const QString &title);
+
+} // namespace KSReportHtml
