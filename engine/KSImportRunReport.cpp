@@ -12,7 +12,6 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QJsonDocument>
 
 void KSImportOperation::writeRunReport()
 {
@@ -33,13 +32,15 @@ void KSImportOperation::writeRunReport()
     report.jsonReportFile = json;
     report.reportProblem.clear();
     report.englishReportProblem.clear();
-    QJsonObject document = KSRunSummary::summary(*this, report);
-    document.insert(QStringLiteral("items"), KSRunSummary::items(report));
+    const QJsonObject summary = KSRunSummary::summary(*this, report);
 
     QString problem;
-    const bool written = QDir().mkpath(folder)
-        && KSReportFile::write(json, QJsonDocument(document).toJson(QJsonDocument::Indented), &problem)
-        && KSReportFile::write(html, KSReportHtml::page(*this, report, baseName), &problem);
+    const bool written
+        = QDir().mkpath(folder)
+        && KSReportFile::write(
+              json, [&](QIODevice &device) { KSRunSummary::writeWithItems(device, summary, report); }, &problem)
+        && KSReportFile::write(
+              html, [&](QIODevice &device) { KSReportHtml::write(device, *this, report, baseName); }, &problem);
     if (!written) {
         if (problem.isEmpty())
             problem = QStringLiteral("the folder %1 cannot be made").arg(folder);

@@ -44,10 +44,14 @@ QString unusedBaseName(const QString &folder, const QDateTime &start)
     return baseName;
 }
 
-bool write(const QString &path, const QByteArray &contents, QString *problem)
+bool write(const QString &path, const std::function<void(QIODevice &)> &writeContents, QString *problem)
 {
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(contents) != contents.size() || !file.commit()) {
+    // A write that fails is remembered by the file, whose commit then fails.
+    const bool opened = file.open(QIODevice::WriteOnly);
+    if (opened)
+        writeContents(file);
+    if (!opened || !file.commit()) {
         if (problem)
             *problem = file.errorString();
         file.cancelWriting();

@@ -5,10 +5,11 @@
 // are removed.
 #pragma once
 
-#include <QByteArray>
 #include <QDateTime>
+#include <QIODevice>
 #include <QString>
 #include <QStringList>
+#include <functional>
 
 namespace KSReportFile {
 
@@ -19,9 +20,10 @@ inline constexpr int keptRuns = 20;
 // by either file of an earlier run in `folder`.
 QString unusedBaseName(const QString &folder, const QDateTime &start);
 
-// Replaces the file at `path` with `contents`; false with *problem (English, from the system)
-// when it could not.
-[[nodiscard]] bool write(const QString &path, const QByteArray &contents, QString *problem = nullptr);
+// Replaces the file at `path` with what `writeContents` writes to the device it is given, or
+// leaves it as it was; false with *problem (English, from the system) when it could not.
+[[nodiscard]] bool write(const QString &path, const std::function<void(QIODevice &)> &writeContents,
+                         QString *problem = nullptr);
 
 // Removes the files of the runs older than the newest `kept` in `folder`, both of a pair, and
 // only files whose names are a report's. Answers the files it could not remove, each with why.

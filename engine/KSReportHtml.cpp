@@ -3,6 +3,7 @@
 #include "engine/KSExportReport.h"
 #include "foundation/OVLocalization.h"
 
+#include <QIODevice>
 #include <QStringList>
 #include <algorithm>
 
@@ -94,7 +95,8 @@ QString row(const KSReportItem &item)
     return QStringLiteral("<tr class=\"%1\">%2</tr>\n").arg(KSReportItem::outcomeName(item.outcome), cells);
 }
 
-QString table(const QList<KSReportItem> &items)
+// The table is written row by row: a large library's page is never held whole.
+void writeTable(QIODevice &device, const QList<KSReportItem> &items)
 {
     QString html = QStringLiteral("<table>\n<thead><tr>");
     for (const char *column :
@@ -103,14 +105,15 @@ QString table(const QList<KSReportItem> &items)
           QT_TRANSLATE_NOOP("KastrelImporter", "File")})
         html += QStringLiteral("<th>%1</th>").arg(escaped(OVLocalizedString(column)));
     html += QStringLiteral("</tr></thead>\n<tbody>\n");
+    device.write(html.toUtf8());
     for (const KSReportItem &item : items)
-        html += row(item);
-    return html + QStringLiteral("</tbody>\n</table>\n");
+        device.write(row(item).toUtf8());
+    device.write("</tbody>\n</table>\n");
 }
 
 } // namespace
 
-QByteArray page(const KSImportOperation &operation, const KSExportReport &report, const QString &title)
+void write(QIODevice &device, const KSImportOperation &operation, const KSExportReport &report, const QString &title)
 {
     const KSImportOperation::RunOutcome outcome = operation.runOutcome();
     const bool handedOff = !operation.handedOffLibraryFile().isNull();
@@ -144,15 +147,19 @@ QByteArray page(const KSImportOperation &operation, const KSExportReport &report
     if (!attention.isEmpty()) {
         html += QStringLiteral("<h2>%1</h2>\n")
                     .arg(escaped(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Items that need a look"))));
-        html += table(attention);
+        device.write(html.toUtf8());
+        html.clear();
+        writeTable(device, attention);
     }
     html += QStringLiteral("<h2>%1</h2>\n")
                 .arg(escaped(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "All items"))));
-    html += table(report.items);
+    device.write(html.toUtf8());
+    html.clear();
+    writeTable(device, report.items);
     if (!report.logFile.isEmpty())
         html += paragraph(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "log file: %1")).arg(report.logFile));
     html += QStringLiteral("</body>\n</html>\n");
-    return html.toUtf8();
+    device.write(html.toUtf8());
 }
 
 } // namespace KSReportHtml

@@ -5,15 +5,16 @@
 // every text escaped.
 #pragma once
 
-#include <QByteArray>
 #include <QString>
+
+class QIODevice;
 
 class KSImportOperation;
 struct KSExportReport;
 
 namespace KSReportHtml {
 
-// The page for `operation`, whose account is `report`; `title` names it.
-QByteArray page(const KSImportOperation &operation, const KSExportReport &report, const QString &title);
+// Writes the page for `operation`, whose account is `report`, to `device`; `title` names it.
+void write(QIODevice &device, const KSImportOperation &operation, const KSExportReport &report, const QString &title);
 
 } // namespace KSReportHtml

@@ -4,6 +4,9 @@
 #include "engine/KSExportReport.h"
 
 #include <QDir>
+#include <QIODevice>
+#include <QJsonArray>
+#include <QJsonDocument>
 
 namespace KSRunSummary {
 
@@ -107,21 +110,37 @@ QJsonObject summary(const KSImportOperation &operation, const KSExportReport &re
     };
 }
 
-QJsonArray items(const KSExportReport &report)
+QJsonObject item(const KSReportItem &item)
 {
-    QJsonArray items;
-    for (const KSReportItem &item : report.items) {
-        items.append(QJsonObject {
-            {QStringLiteral("identifier"), item.identifier},
-            {QStringLiteral("name"), item.name},
-            {QStringLiteral("kind"), item.optionKey},
-            {QStringLiteral("nortavelKind"), textOrNull(item.nortavelKind)},
-            {QStringLiteral("file"), textOrNull(item.file)},
-            {QStringLiteral("outcome"), KSReportItem::outcomeName(item.outcome)},
-            {QStringLiteral("reason"), textOrNull(item.englishReason)},
-        });
+    return QJsonObject {
+        {QStringLiteral("identifier"), item.identifier},
+        {QStringLiteral("name"), item.name},
+        {QStringLiteral("kind"), item.optionKey},
+        {QStringLiteral("nortavelKind"), textOrNull(item.nortavelKind)},
+        {QStringLiteral("file"), textOrNull(item.file)},
+        {QStringLiteral("outcome"), KSReportItem::outcomeName(item.outcome)},
+        {QStringLiteral("reason"), textOrNull(item.englishReason)},
+    };
+}
+
+void writeWithItems(QIODevice &device, const QJsonObject &summary, const KSExportReport &report)
+{
+    // The summary as it is, up to its closing brace; then the items, each made on its own.
+    QByteArray head = QJsonDocument(summary).toJson(QJsonDocument::Indented);
+    head.truncate(head.lastIndexOf('}'));
+    while (head.endsWith('\n') || head.endsWith(' '))
+        head.chop(1);
+    device.write(head);
+    device.write(summary.isEmpty() ? "\n    \"items\": [" : ",\n    \"items\": [");
+    const char *separator = "\n";
+    for (const KSReportItem &entry : report.items) {
+        device.write(separator);
+        QByteArray object = QJsonDocument(item(entry)).toJson(QJsonDocument::Indented);
+        object.chop(1); // its last line feed
+        device.write(object.replace('\n', "\n        ").prepend("        "));
+        separator = ",\n";
     }
-    return items;
+    device.write(report.items.isEmpty() ? "]\n}\n" : "\n    ]\n}\n");
 }
 
 } // namespace KSRunSummary

@@ -7,8 +7,9 @@
 
 #include "engine/KSImportOperation.h"
 
-#include <QJsonArray>
 #include <QJsonObject>
+
+class QIODevice;
 
 struct KSExportReport;
 
@@ -24,7 +25,11 @@ int exitStatus(const KSImportOperation &operation, const KSExportReport &report)
 // `report` is the account of `operation` (KSExportReport::ofOperation).
 QJsonObject summary(const KSImportOperation &operation, const KSExportReport &report);
 
-// Every item of the report, in the order the run met them.
-QJsonArray items(const KSExportReport &report);
+// One item of a report as JSON: identifier, name, kind, nortavelKind, file, outcome, reason.
+QJsonObject item(const KSReportItem &item);
+
+// Writes `summary` with the report's items under "items", in the order the run met them, as
+// indented JSON, item by item: a large library's report is never held whole.
+void writeWithItems(QIODevice &device, const QJsonObject &summary, const KSExportReport &report);
 
 } // namespace KSRunSummary

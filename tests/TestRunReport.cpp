@@ -288,6 +288,43 @@ private slots:
         QVERIFY(html.indexOf(QStringLiteral("originalFileAttached")) < html.indexOf(QStringLiteral("incomplete")));
     }
 
+    void recordWhoseFileWentMissingIsNotImported()
+    {
+        // Two bookmarks with one identifier: the second is recorded as "B-2".
+        const QJsonArray items {
+            item(QStringLiteral("bookmark"), QStringLiteral("B"), QStringLiteral("First")),
+            item(QStringLiteral("bookmark"), QStringLiteral("B"), QStringLiteral("Second")),
+            item(QStringLiteral("image"), QStringLiteral("I"), QStringLiteral("Picture")),
+        };
+        QVERIFY(installStandins(
+            writeLibrary(QStringLiteral("report-missing"), QJsonObject {{QStringLiteral("items"), items}})));
+        QString removed;
+        // Once the second bookmark is recorded, its file goes before the check before the hand-off.
+        const Run run = exportAll([&removed](KSImportOperation *operation) {
+            if (operation->recordEventCount() != 2)
+                return;
+            removed = QDir(operation->filesPath()).filePath(operation->reportItems().at(1).file);
+            QFile::remove(removed);
+        });
+        QVERIFY(!removed.isEmpty());
+        const QJsonArray listedItems = run.json.value(QStringLiteral("items")).toArray();
+        QCOMPARE(listedItems.size(), 3);
+        const QJsonObject first = listedItems.at(0).toObject();
+        const QJsonObject second = listedItems.at(1).toObject();
+        QCOMPARE(first.value(QStringLiteral("outcome")).toString(), QStringLiteral("imported"));
+        QVERIFY(!first.value(QStringLiteral("file")).isNull());
+        QCOMPARE(second.value(QStringLiteral("name")).toString(), QStringLiteral("Second"));
+        QCOMPARE(second.value(QStringLiteral("outcome")).toString(), QStringLiteral("notImported"));
+        QVERIFY(second.value(QStringLiteral("file")).isNull());
+        QVERIFY(second.value(QStringLiteral("nortavelKind")).isNull());
+        // Both of its problems: the identifier of its own, and the file that went.
+        const QString reason = second.value(QStringLiteral("reason")).toString();
+        QVERIFY2(reason.contains(QStringLiteral("is missing from the export")), qPrintable(reason));
+        QVERIFY2(reason.contains(QStringLiteral("; ")), qPrintable(reason));
+        QCOMPARE(listedItems.at(2).toObject().value(QStringLiteral("outcome")).toString(), QStringLiteral("imported"));
+        QCOMPARE(run.json.value(QStringLiteral("exitStatus")).toInt(), 3);
+    }
+
     void cancelledRunSaysHowFarItCame()
     {
         QVERIFY(installStandins(SampleLibrary));
