@@ -396,6 +396,13 @@ private slots:
         const Run run = exportAll();
         QCOMPARE(run.delegate->errors.size(), 1);
         QCOMPARE(run.delegate->errors.first().code, qint64(KSItemExportError));
+        // Written before the error was told, and again, under the same names, before the end was.
+        QCOMPARE(run.delegate->finalEvents(),
+                 (QStringList {QStringLiteral("error %1").arg(KSItemExportError), QStringLiteral("end")}));
+        QCOMPARE(reportFiles(),
+                 (QStringList {QFileInfo(run.report.reportFile).fileName(),
+                               QFileInfo(run.report.jsonReportFile).fileName()}));
+        QCOMPARE(run.json.value(QStringLiteral("outcome")).toString(), QStringLiteral("failed"));
         const QJsonObject stopped = listed(run.json, QStringLiteral("I-FAILS"));
         QCOMPARE(stopped.value(QStringLiteral("outcome")).toString(), QStringLiteral("notImported"));
         QCOMPARE(stopped.value(QStringLiteral("reason")).toString(),
