@@ -89,8 +89,9 @@ QString counts(const KSExportReport &report, bool handedOff)
 QString row(const KSReportItem &item)
 {
     QString cells;
-    for (const QString &cell : {item.name, KSExportReport::optionKeyDescription(item.optionKey),
-                                KSExportReport::outcomeDescription(item.outcome), item.reason, item.file})
+    for (const QString &cell :
+         {item.name, KSExportReport::optionKeyDescription(item.optionKey),
+          KSExportReport::outcomeDescription(item.outcome), item.reason, item.file, item.identifier})
         cells += QStringLiteral("<td>%1</td>").arg(escaped(cell));
     return QStringLiteral("<tr class=\"%1\">%2</tr>\n").arg(KSReportItem::outcomeName(item.outcome), cells);
 }
@@ -102,7 +103,7 @@ void writeTable(QIODevice &device, const QList<KSReportItem> &items)
     for (const char *column :
          {QT_TRANSLATE_NOOP("KastrelImporter", "Name"), QT_TRANSLATE_NOOP("KastrelImporter", "Kind"),
           QT_TRANSLATE_NOOP("KastrelImporter", "What happened"), QT_TRANSLATE_NOOP("KastrelImporter", "Why"),
-          QT_TRANSLATE_NOOP("KastrelImporter", "File")})
+          QT_TRANSLATE_NOOP("KastrelImporter", "File"), QT_TRANSLATE_NOOP("KastrelImporter", "Identifier")})
         html += QStringLiteral("<th>%1</th>").arg(escaped(OVLocalizedString(column)));
     html += QStringLiteral("</tr></thead>\n<tbody>\n");
     device.write(html.toUtf8());

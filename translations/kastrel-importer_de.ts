@@ -772,5 +772,9 @@ werden aufgeführt, zählen aber nicht), 64 falscher Aufruf.
             <numerusform>Der Export kam bis %1 von %n Objekten.</numerusform>
         </translation>
     </message>
+    <message>
+        <source>Identifier</source>
+        <translation>Kennung</translation>
+    </message>
 </context>
 </TS>

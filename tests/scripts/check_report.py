@@ -5,7 +5,7 @@ Usage: check_report.py REPORT.json REPORT.html
 
 The JSON must parse and list its items with the keys every item has; the HTML must be UTF-8,
 declare it, hold no script, and, read by html.parser, show every item's name whole in a table
-cell of the table of every item. Prints what is wrong and exits 1, or exits 0.
+cell of the table of every item, with its identifier. Prints what is wrong and exits 1, or exits 0.
 """
 
 import json
@@ -82,14 +82,16 @@ def main():
     if not parser.tables:
         problems.append("the HTML report has no table")
     else:
-        # The last table lists every item, five cells a row, the name first.
+        # The last table lists every item, six cells a row, the name first.
         every = parser.tables[-1]
-        names = every[0::5]
+        names = every[0::6]
         if len(names) != len(items):
             problems.append(f"the table of every item has {len(names)} rows for {len(items)} items")
-        for item, name in zip(items, names):
+        for item, name, identifier in zip(items, names, every[5::6]):
             if name != item.get("name"):
                 problems.append(f"the name {item.get('name')!r} reads {name!r} in the HTML report")
+            if identifier != item.get("identifier"):
+                problems.append(f"the identifier {item.get('identifier')!r} reads {identifier!r} in the HTML report")
 
     for problem in problems:
         print(problem)
