@@ -11,6 +11,7 @@
 #include "foundation/OVStringFormat.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 void KSImportOperation::writeRunReport()
@@ -42,6 +43,9 @@ void KSImportOperation::writeRunReport()
         && KSReportFile::write(
               html, [&](QIODevice &device) { KSReportHtml::write(device, *this, report, baseName); }, &problem);
     if (!written) {
+        // A first pair is whole or not there: a later writing starts afresh.
+        if (first)
+            QFile::remove(json);
         if (problem.isEmpty())
             problem = QStringLiteral("the folder %1 cannot be made").arg(folder);
         m_reportProblem = OVLocalizedTextWithFormat(

@@ -20,6 +20,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QTranslator>
 #include <QtTest>
 
 using namespace FaultHarness;
@@ -323,6 +324,28 @@ private slots:
         QVERIFY2(reason.contains(QStringLiteral("; ")), qPrintable(reason));
         QCOMPARE(listedItems.at(2).toObject().value(QStringLiteral("outcome")).toString(), QStringLiteral("imported"));
         QCOMPARE(run.json.value(QStringLiteral("exitStatus")).toInt(), 3);
+    }
+
+    void pageSpeaksThePersonsLanguageAndTheJsonEnglish()
+    {
+        QTranslator german;
+        QVERIFY2(
+            german.load(QStringLiteral(KI_BUILD_DIR "/share/kastrel-importer/translations/kastrel-importer_de.qm")),
+            "the German catalogue is built");
+        QVERIFY(QCoreApplication::installTranslator(&german));
+        QVERIFY(installStandins(SampleLibrary));
+        const Run run = exportAll();
+        QCoreApplication::removeTranslator(&german);
+        const QString html = QString::fromUtf8(TestSupport::fileContents(run.report.reportFile));
+        QVERIFY(html.contains(QStringLiteral("<h1>Export beendet.</h1>")));
+        QVERIFY(html.contains(QStringLiteral("<td>es hat keinen Namen</td>")));
+        QVERIFY(html.contains(QStringLiteral("<th>Was geschah</th>")));
+        QCOMPARE(outcomeOf(run.json, QStringLiteral("NOTE-UNNAMED")), QStringLiteral("passedOver"));
+        QCOMPARE(listed(run.json, QStringLiteral("NOTE-UNNAMED")).value(QStringLiteral("reason")).toString(),
+                 QStringLiteral("it has no name"));
+        // A page that follows a dark appearance, and says what it is written in.
+        QVERIFY(html.contains(QStringLiteral("<meta charset=\"utf-8\">")));
+        QVERIFY(html.contains(QStringLiteral("@media (prefers-color-scheme: dark)")));
     }
 
     void cancelledRunSaysHowFarItCame()
