@@ -36,26 +36,11 @@ void KSExportReportDialog::setHandler(Handler handler)
     installedHandler() = std::move(handler);
 }
 
-QString KSExportReportDialog::kindCountText(const QString &kindName, qint64 count)
-{
-    static const QHash<QString, const char *> texts {
-        {QStringLiteral("note"), QT_TRANSLATE_N_NOOP("KastrelImporter", "%n notes")},
-        {QStringLiteral("document"), QT_TRANSLATE_N_NOOP("KastrelImporter", "%n documents")},
-        {QStringLiteral("image"), QT_TRANSLATE_N_NOOP("KastrelImporter", "%n images")},
-        {QStringLiteral("sound"), QT_TRANSLATE_N_NOOP("KastrelImporter", "%n sounds")},
-        {QStringLiteral("movie"), QT_TRANSLATE_N_NOOP("KastrelImporter", "%n movies")},
-        {QStringLiteral("bookmark"), QT_TRANSLATE_N_NOOP("KastrelImporter", "%n bookmarks")},
-        {QStringLiteral("webPage"), QT_TRANSLATE_N_NOOP("KastrelImporter", "%n web pages")},
-    };
-    return OVLocalizedCountString(texts.value(kindName, QT_TRANSLATE_N_NOOP("KastrelImporter", "%n other items")),
-                                  count);
-}
-
 QString KSExportReportDialog::summaryText() const
 {
     QStringList kinds;
     for (auto count = report.importedByKind.cbegin(); count != report.importedByKind.cend(); ++count)
-        kinds.append(kindCountText(count.key(), count.value()));
+        kinds.append(KSExportReport::kindCountText(count.key(), count.value()));
     QString text = kinds.isEmpty()
         ? OVLocalizedCountString(QT_TRANSLATE_N_NOOP("KastrelImporter", "%n items reached Nortavel 3."),
                                  report.importedTotal)

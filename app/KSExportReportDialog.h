@@ -39,8 +39,4 @@ struct KSExportReportDialog
     using Handler = std::function<void(const KSExportReportDialog &report)>;
     // Replaces the window for every later report; an empty handler restores it.
     static void setHandler(Handler handler);
-
-    // A count of items of one kind, localised in the form that fits the count ("2 notes",
-    // "1 web page" with the English catalogue).
-    static QString kindCountText(const QString &kindName, qint64 count);
 };

@@ -3,12 +3,12 @@
 #include "cli/CommandLineInterrupt.h"
 #include "cli/CommandLineOutput.h"
 #include "cli/CommandLineProgress.h"
-#include "cli/CommandLineSummary.h"
 #include "cli/KSExitStatus.h"
 #include "engine/KSExportReport.h"
 #include "engine/KSImportOperation.h"
 #include "engine/KSImportOptions.h"
 #include "engine/KSImportRunner.h"
+#include "engine/KSRunSummary.h"
 #include "foundation/OVLocalization.h"
 #include "foundation/OVStringFormat.h"
 
@@ -153,7 +153,7 @@ int CommandLineExport::exportWithOptions(const KSImportOptions &options, bool js
     }
 
     const KSExportReport report = KSExportReport::ofOperation(*operation);
-    const int status = CommandLineSummary::exitStatus(*progress, report);
+    const int status = KSRunSummary::exitStatus(*operation, report);
     for (const KSImportOperation::SkippedItem &item : report.passedOver)
         CommandLineOutput::writeError(
             OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "passed over: item %@ (%@)")),
@@ -177,9 +177,15 @@ int CommandLineExport::exportWithOptions(const KSImportOptions &options, bool js
         CommandLineOutput::writeError(
             OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "log file: %1")).arg(report.logFile)
             + QLatin1Char('\n'));
+    if (!report.reportFile.isEmpty())
+        CommandLineOutput::writeError(
+            OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "report: %1")).arg(report.reportFile)
+            + QLatin1Char('\n'));
+    else if (!report.reportProblem.isEmpty())
+        CommandLineOutput::writeError(report.reportProblem + QLatin1Char('\n'));
     if (json)
         CommandLineOutput::writeOutput(QString::fromUtf8(
-            QJsonDocument(CommandLineSummary::summary(*operation, *progress, report)).toJson(QJsonDocument::Indented)));
+            QJsonDocument(KSRunSummary::summary(*operation, report)).toJson(QJsonDocument::Indented)));
     CommandLineOutput::writeError(verdict(status, report, !operation->handedOffLibraryFile().isNull())
                                   + QLatin1Char('\n'));
     return status;

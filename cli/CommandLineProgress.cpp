@@ -1,7 +1,6 @@
 #include "cli/CommandLineProgress.h"
 
 #include "cli/CommandLineOutput.h"
-#include "cli/KSExitStatus.h"
 #include "foundation/OVLocalization.h"
 #include "foundation/OVStringFormat.h"
 
@@ -24,25 +23,6 @@ QString recordsExportedText(double value, double maximum)
 CommandLineProgress::CommandLineProgress(bool liveBar)
     : m_liveBar(liveBar)
 { }
-
-CommandLineProgress::Outcome CommandLineProgress::outcome() const
-{
-    return m_errors.isEmpty() ? m_engineOutcome : Outcome::Failed;
-}
-
-int CommandLineProgress::exitStatus() const
-{
-    switch (outcome()) {
-    case Outcome::Failed:
-        return KSExitStatus::Failed;
-    case Outcome::Cancelled:
-        return KSExitStatus::Cancelled;
-    case Outcome::Running:
-    case Outcome::Ended:
-        break;
-    }
-    return KSExitStatus::Ended;
-}
 
 void CommandLineProgress::printLine(const QString &line)
 {
@@ -95,7 +75,6 @@ void CommandLineProgress::importOperationWillStartImportingRecordsOfType(KSImpor
 
 void CommandLineProgress::importOperationDidImportRecordOfType(KSImportOperation *, const QString &)
 {
-    ++m_recordsExported;
     m_value += 1.0;
     if (m_liveBar)
         drawBar();
@@ -103,7 +82,6 @@ void CommandLineProgress::importOperationDidImportRecordOfType(KSImportOperation
 
 void CommandLineProgress::importOperationDidEncounterError(KSImportOperation *, const OVError &error)
 {
-    m_errors.append(error);
     const QString text = error.localizedDescription.isEmpty()
         ? OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "An unknown error occurred."))
         : error.localizedDescription;
@@ -115,7 +93,6 @@ void CommandLineProgress::importOperationDidEncounterError(KSImportOperation *, 
 void CommandLineProgress::importOperationDidCancel(KSImportOperation *)
 {
     finishCountedStage();
-    m_engineOutcome = Outcome::Cancelled;
     printLine(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Export cancelled.")));
 }
 
@@ -123,7 +100,6 @@ void CommandLineProgress::importOperationDidEnd(KSImportOperation *)
 {
     finishCountedStage();
     // The verdict comes last, once the items that did not arrive whole are known.
-    m_engineOutcome = Outcome::Ended;
     if (m_barShowing) {
         CommandLineOutput::writeError(QStringLiteral("\n"));
         m_barShowing = false;

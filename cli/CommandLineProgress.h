@@ -1,28 +1,18 @@
 // How the command line follows an export: it receives the engine's notifications like the
-// progress sheet does, prints them to the error channel (a bar redrawn in place on a
-// terminal, one line per stage otherwise, every error as "error CODE: TEXT"), and keeps
-// what the summary and the exit status need.
+// progress sheet does, and prints them to the error channel (a bar redrawn in place on a
+// terminal, one line per stage otherwise, every error as "error CODE: TEXT"). The summary and
+// the exit status come from the operation itself (KSRunSummary).
 #pragma once
 
 #include "engine/KSImportOperationDelegate.h"
 
-#include <QList>
 #include <QString>
 
 class CommandLineProgress : public KSImportOperationDelegate
 {
 public:
-    enum class Outcome { Running, Ended, Cancelled, Failed };
-
     // `liveBar`: redraw one line with a bar, as on a terminal.
     explicit CommandLineProgress(bool liveBar);
-
-    // Failed when any error was reported; otherwise as the engine said.
-    Outcome outcome() const;
-    // 0 ended without error, 1 any error reported, 2 cancelled without error.
-    int exitStatus() const;
-    const QList<OVError> &errors() const { return m_errors; }
-    quint64 recordsExported() const { return m_recordsExported; }
 
     // The person asked to stop (Ctrl-C): says so and keeps the bar from being overwritten.
     void cancelRequested();
@@ -47,7 +37,4 @@ private:
     bool m_inCountedStage = false;
     double m_maximum = 0.0;
     double m_value = 0.0;
-    quint64 m_recordsExported = 0;
-    QList<OVError> m_errors;
-    Outcome m_engineOutcome = Outcome::Running;
 };

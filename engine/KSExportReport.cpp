@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 
 KSExportReport KSExportReport::ofOperation(const KSImportOperation &operation)
 {
@@ -28,6 +29,16 @@ KSExportReport KSExportReport::ofOperation(const KSImportOperation &operation)
     const QString exportFolder = operation.filesPath();
     if (!exportFolder.isEmpty() && QFileInfo(exportFolder).isDir())
         report.exportFolder = QDir::cleanPath(exportFolder);
+    report.items = operation.reportItems();
+    if (!operation.reportFilePath().isEmpty() && QFileInfo::exists(operation.reportFilePath()))
+        report.reportFile = operation.reportFilePath();
+    if (!operation.jsonReportFilePath().isEmpty() && QFileInfo::exists(operation.jsonReportFilePath()))
+        report.jsonReportFile = operation.jsonReportFilePath();
+    report.reportProblem = operation.reportProblem().localized;
+    report.englishReportProblem = operation.reportProblem().english;
+    const QMap<QString, quint64> announced = operation.announcedItemCounts();
+    for (const quint64 count : announced)
+        report.itemsAnnounced += qint64(count);
     return report;
 }
 
@@ -107,4 +118,34 @@ QString KSExportReport::problemKindDescription(KSImportOperation::ItemProblemKin
         break;
     }
     return outcomeDescription(KSReportItem::Outcome::Incomplete);
+}
+
+QString KSExportReport::kindCountText(const QString &kindName, qint64 count)
+{
+    static const QHash<QString, const char *> texts {
+        {QStringLiteral("note"), QT_TRANSLATE_N_NOOP("KastrelImporter", "%n notes")},
+        {QStringLiteral("document"), QT_TRANSLATE_N_NOOP("KastrelImporter", "%n documents")},
+        {QStringLiteral("image"), QT_TRANSLATE_N_NOOP("KastrelImporter", "%n images")},
+        {QStringLiteral("sound"), QT_TRANSLATE_N_NOOP("KastrelImporter", "%n sounds")},
+        {QStringLiteral("movie"), QT_TRANSLATE_N_NOOP("KastrelImporter", "%n movies")},
+        {QStringLiteral("bookmark"), QT_TRANSLATE_N_NOOP("KastrelImporter", "%n bookmarks")},
+        {QStringLiteral("webPage"), QT_TRANSLATE_N_NOOP("KastrelImporter", "%n web pages")},
+    };
+    return OVLocalizedCountString(texts.value(kindName, QT_TRANSLATE_N_NOOP("KastrelImporter", "%n other items")),
+                                  count);
+}
+
+QString KSExportReport::optionKeyDescription(const QString &optionKey)
+{
+    static const QHash<QString, const char *> texts {
+        {QStringLiteral("notes"), QT_TRANSLATE_NOOP("KastrelImporter", "notes")},
+        {QStringLiteral("bookmarks"), QT_TRANSLATE_NOOP("KastrelImporter", "bookmarks")},
+        {QStringLiteral("serialNumbers"), QT_TRANSLATE_NOOP("KastrelImporter", "serial numbers")},
+        {QStringLiteral("passwords"), QT_TRANSLATE_NOOP("KastrelImporter", "passwords")},
+        {QStringLiteral("images"), QT_TRANSLATE_NOOP("KastrelImporter", "images")},
+        {QStringLiteral("PDFs"), QT_TRANSLATE_NOOP("KastrelImporter", "PDFs")},
+        {QStringLiteral("webArchives"), QT_TRANSLATE_NOOP("KastrelImporter", "web archives")},
+    };
+    const char *text = texts.value(optionKey);
+    return text ? OVLocalizedString(text) : optionKey;
 }

@@ -27,6 +27,11 @@ struct KSExportReport
     // The run's report, for people (HTML) and for programs (JSON); empty when none was written.
     QString reportFile;
     QString jsonReportFile;
+    // Why the report could not be written (for the person, and in English); empty when it was.
+    QString reportProblem;
+    QString englishReportProblem;
+    // How many items the run announced, of the kinds selected; `items` are those it came to.
+    qint64 itemsAnnounced = 0;
 
     static KSExportReport ofOperation(const KSImportOperation &operation);
 
@@ -43,4 +48,8 @@ struct KSExportReport
     static QString outcomeDescription(KSReportItem::Outcome outcome);
     // The localised words for a problem kind ("not imported", ...), those of its outcome.
     static QString problemKindDescription(KSImportOperation::ItemProblemKind kind);
+    // The localised count of records of a kind name ("3 notes").
+    static QString kindCountText(const QString &kindName, qint64 count);
+    // The localised name of the kind of item an option key selects ("serial numbers").
+    static QString optionKeyDescription(const QString &optionKey);
 };

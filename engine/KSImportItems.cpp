@@ -64,6 +64,7 @@ bool KSImportOperation::importItems()
         total += count;
     }
     m_announcedItemCounts = counts;
+    m_reachedItemStage = true;
     informDelegateWillStartImportingCountOfRecordsOfType(
         {{QStringLiteral("type"), OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Items"))},
          {QStringLiteral("count"), total}});

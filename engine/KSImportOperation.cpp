@@ -6,6 +6,7 @@
 #include "engine/KSExportLock.h"
 #include "engine/KSImportErrors.h"
 #include "engine/KSScriptingException.h"
+#include "foundation/OVClock.h"
 #include "foundation/OVFileNameStrings.h"
 #include "foundation/OVLocalization.h"
 #include "foundation/OVLogLine.h"
@@ -118,6 +119,7 @@ void KSImportOperation::main()
     // An exception ends the run as a cancelled one, after its error.
     std::optional<OVError> abort;
     try {
+        m_startTime = OVClock::currentDateTimeUtc().toLocalTime();
         writeLog(QStringLiteral("*** Export started"));
         performImportWithAppIdentifier(identifier);
         if (isCancelled())

@@ -10,12 +10,14 @@
 #include "engine/KSImportOperationDelegate.h"
 #include "engine/KSImportOptions.h"
 #include "engine/KSLibraryFile.h"
+#include "engine/KSReportItemList.h"
 #include "engine/KSScriptingException.h"
 #include "engine/KastrelApplication.h"
 #include "engine/ScriptingBackend.h"
 #include "foundation/OVError.h"
 #include "foundation/OVPlist.h"
 
+#include <QDateTime>
 #include <QHash>
 #include <QIODevice>
 #include <QList>
@@ -111,6 +113,22 @@ public:
     // per-user temporary folder cannot be used.
     static QString exportFolderForTarget(const QString &targetIdentifier, QString *reason = nullptr);
 
+    // How the run ended as far as its notifications told: failed once any error was reported,
+    // else cancelled or ended as the last notification said; running before either.
+    enum class RunOutcome { Running, Ended, Cancelled, Failed };
+    RunOutcome runOutcome() const;
+    // The errors reported to the delegate, in order.
+    const QList<OVError> &reportedErrors() const { return m_reportedErrors; }
+    // How many per-record events were sent (one per item exported or passed over).
+    quint64 recordEventCount() const { return m_recordEventCount; }
+    // Every item the run came to, once, in the order met, with what became of it.
+    const QList<KSReportItem> &reportItems() const { return m_reportItems.items(); }
+    // The run's report files (HTML for people, JSON for programs), written once the run reached
+    // its items; null strings when none was written. When writing failed, why (empty otherwise).
+    const QString &reportFilePath() const { return m_reportFilePath; }
+    const QString &jsonReportFilePath() const { return m_jsonReportFilePath; }
+    const OVText &reportProblem() const { return m_reportProblem; }
+
     // Web Page (7) for PDFs a browser saved, Document (2) for any other.
     static qint64 itemTypeForPDFAtPath(const QString &path);
 
@@ -146,6 +164,7 @@ private:
         QString name;
         QString optionKey; // the kind it is exported as
         QSet<QString> unusableProperties;
+        qsizetype reportIndex = -1; // its entry in the report's item list
     };
 
     // The item exporters importItems() calls, one per kind of item, each with the option key
@@ -240,7 +259,7 @@ private:
     void writeLog(const QString &line);
     // Notes an item passed over because it has no name, in the log and for the summary, and
     // releases it.
-    void skipItemWithoutName(const KastrelDatabaseItem &item, const QString &optionKey);
+    void skipItemWithoutName(const ExportedItem &item);
     // The path the source answered for `item` written into `folder`, checked: a null string when
     // it wrote nothing or answered a path outside `folder`, which is treated the same.
     QString checkedExportPath(const KastrelDatabaseItem &item, const QString &answered, const QString &folder);
@@ -286,6 +305,9 @@ private:
     QString stagingFolder(int slot) const;
     // Those folders of the slots; created with the export folder's sub-folders.
     QStringList stagingSlotFolders() const;
+    // Writes (or rewrites) the run's report files beside the log, once the run has reached its
+    // items; a failure is logged and kept in reportProblem(), and changes nothing else.
+    void writeRunReport();
     // Removes the export folder of a run that was cancelled or stopped by an error.
     void removeUnusedExportFolder();
     // The error text for a failure of the connection to an application: which one, what
@@ -317,5 +339,14 @@ private:
     QString m_handedOffLibraryFile;
     qint64 m_recordsWithUncarriableCharacters = 0;
     bool m_errorReported = false;
+    KSReportItemList m_reportItems;
+    QList<OVError> m_reportedErrors;
+    RunOutcome m_endingNotified = RunOutcome::Running;
+    quint64 m_recordEventCount = 0;
+    QDateTime m_startTime; // local time, naming the report files
+    bool m_reachedItemStage = false;
+    QString m_reportFilePath;
+    QString m_jsonReportFilePath;
+    OVText m_reportProblem;
     bool m_createdExportFolder = false;
 };

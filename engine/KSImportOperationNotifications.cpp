@@ -1,6 +1,8 @@
 // The operation's seven notifications. Each is performed on the main thread while the worker
 // waits, so the delegate sees events one at a time and in order, and may touch the interface.
-// An error is logged before anyone is asked, so no reported error goes unlogged.
+// An error is logged before anyone is asked, so no reported error goes unlogged. The run's report
+// is written before each notification that tells how the run ended, so that whoever shows the
+// ending can offer it.
 #include "engine/KSImportOperation.h"
 #include "foundation/OVMainThread.h"
 #include "foundation/OVStringFormat.h"
@@ -33,6 +35,7 @@ void KSImportOperation::informDelegateWillStartImportingCountOfRecordsOfType(con
 
 void KSImportOperation::informDelegateDidImportRecordOfType(const QString &type)
 {
+    ++m_recordEventCount;
     OVPerformOnMainThreadAndWait([this, &type] {
         if (const auto listener = delegate())
             listener->importOperationDidImportRecordOfType(this, type);
@@ -42,6 +45,9 @@ void KSImportOperation::informDelegateDidImportRecordOfType(const QString &type)
 void KSImportOperation::informDelegateDidEncounterError(const OVError &error)
 {
     m_errorReported = true;
+    m_reportedErrors.append(error);
+    m_reportItems.markCurrentStopped(error.localizedDescription, error.descriptionInEnglish());
+    writeRunReport();
     OVPerformOnMainThreadAndWait([this, &error] {
         // The error's whole description, in English whatever the person reads.
         writeLog(OVStringWithFormat(QStringLiteral("Error: %@"), {error.wholeDescriptionInEnglish()}));
@@ -52,6 +58,8 @@ void KSImportOperation::informDelegateDidEncounterError(const OVError &error)
 
 void KSImportOperation::informDelegateDidCancel()
 {
+    m_endingNotified = RunOutcome::Cancelled;
+    writeRunReport();
     OVPerformOnMainThreadAndWait([this] {
         if (const auto listener = delegate())
             listener->importOperationDidCancel(this);
@@ -60,8 +68,15 @@ void KSImportOperation::informDelegateDidCancel()
 
 void KSImportOperation::informDelegateDidEnd()
 {
+    m_endingNotified = RunOutcome::Ended;
+    writeRunReport();
     OVPerformOnMainThreadAndWait([this] {
         if (const auto listener = delegate())
             listener->importOperationDidEnd(this);
     });
+}
+
+KSImportOperation::RunOutcome KSImportOperation::runOutcome() const
+{
+    return m_reportedErrors.isEmpty() ? m_endingNotified : RunOutcome::Failed;
 }

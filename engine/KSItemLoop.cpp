@@ -2,6 +2,7 @@
 // check; an item without a name passed over (for the kinds that look); the source's export,
 // asked ahead so that the source writes the next items while this one is recorded; then the
 // kind's own steps; the log line; the record; one progress event.
+#include "engine/KSExportReport.h"
 #include "engine/KSExportWindow.h"
 #include "engine/KSImportOperation.h"
 #include "engine/KSLibraryRecords.h"
@@ -26,11 +27,14 @@ bool KSImportOperation::exportEachItem(const QList<KastrelDatabaseItem> &items, 
         if (isCancelled())
             return false;
         const QString name = item.name();
-        ExportedItem exported {item, QString(), name, steps.optionKey, {}};
+        ExportedItem exported {item, QString(), name, steps.optionKey, {}, -1};
         // A failure of the connection from here on happened while this item was exported.
         try {
+            exported.identifier = item.id();
+            exported.reportIndex = m_reportItems.add(exported.identifier, name, steps.optionKey);
             if (steps.skipsItemsWithoutName && name.isEmpty()) {
-                skipItemWithoutName(item, steps.optionKey);
+                skipItemWithoutName(exported);
+                m_reportItems.finishCurrent();
                 continue;
             }
             QString path;
@@ -48,6 +52,7 @@ bool KSImportOperation::exportEachItem(const QList<KastrelDatabaseItem> &items, 
         } catch (const KSScriptingException &exception) {
             throw ItemScriptingException(exception, name);
         }
+        m_reportItems.finishCurrent();
         informDelegateDidImportRecordOfType(QString(QLatin1String("")));
     }
     return true;
@@ -55,7 +60,6 @@ bool KSImportOperation::exportEachItem(const QList<KastrelDatabaseItem> &items, 
 
 bool KSImportOperation::recordItem(ExportedItem &exported, const QString &path, const ItemKindSteps &steps)
 {
-    exported.identifier = exported.item.id();
     const std::optional<PlacedFile> placed = steps.placeFile(exported, path);
     if (!placed)
         return false;
@@ -72,6 +76,8 @@ bool KSImportOperation::recordItem(ExportedItem &exported, const QString &path, 
     if (record.identifier != exported.identifier)
         record.groups = OVPlist::Array {KSLibraryRecords::libraryGroup()};
     m_library.addItem(record);
+    m_reportItems.markRecorded(exported.reportIndex, record.identifier, KSExportReport::itemTypeName(record.type),
+                               QDir(m_filesPath).relativeFilePath(record.path));
     // Nothing reads the item again: what the connection keeps of it can go.
     exported.item.release();
     return true;

@@ -25,6 +25,19 @@ const char *problemLogFormat(KSImportOperation::ItemProblemKind kind)
     return "Item with identifier %@ (\"%@\") was not fully imported: %@";
 }
 
+KSReportItem::Outcome reportOutcome(KSImportOperation::ItemProblemKind kind)
+{
+    switch (kind) {
+    case KSImportOperation::ItemProblemKind::NotImported:
+        return KSReportItem::Outcome::NotImported;
+    case KSImportOperation::ItemProblemKind::OriginalFileAttached:
+        return KSReportItem::Outcome::OriginalFileAttached;
+    case KSImportOperation::ItemProblemKind::Incomplete:
+        break;
+    }
+    return KSReportItem::Outcome::Incomplete;
+}
+
 } // namespace
 
 void KSImportOperation::noteItemProblem(const QString &identifier, const QString &name, const QString &optionKey,
@@ -37,6 +50,8 @@ void KSImportOperation::noteItemProblem(const QString &identifier, const QString
 void KSImportOperation::noteItemProblem(const ExportedItem &item, ItemProblemKind kind, const OVText &reason)
 {
     noteItemProblem(item.identifier, item.name, item.optionKey, kind, reason);
+    if (item.reportIndex >= 0)
+        m_reportItems.addProblem(item.reportIndex, reportOutcome(kind), reason.localized, reason.english);
 }
 
 bool KSImportOperation::stopIfOutOfSpace(const QString &folder)
@@ -59,15 +74,24 @@ QSet<QString> KSImportOperation::removeRecordsWithoutFiles(const QString &option
     QSet<QString> present;
     const QList<KSLibraryFile::RemovedItem> removed = m_library.removeItemsWithoutFiles(filesPath(), &present);
     for (const KSLibraryFile::RemovedItem &item : removed) {
-        const bool listed
-            = std::any_of(m_itemProblems.cbegin(), m_itemProblems.cend(), [&](const ItemProblem &problem) {
+        // The record names its entry by the identifier it was kept under, which a later item
+        // sharing the source's identifier does not have ("ID-2"): the entry says whether the
+        // item was listed as not imported already.
+        const qsizetype entry = m_reportItems.indexOfRecord(item.identifier);
+        const bool listed = entry >= 0
+            ? reportItems().at(entry).outcome == KSReportItem::Outcome::NotImported
+            : std::any_of(m_itemProblems.cbegin(), m_itemProblems.cend(), [&](const ItemProblem &problem) {
                   return problem.identifier == item.identifier && problem.kind == ItemProblemKind::NotImported;
               });
-        if (!listed)
-            noteItemProblem(
-                item.identifier, item.name, optionKey, ItemProblemKind::NotImported,
-                OVLocalizedTextWithFormat(
-                    QT_TRANSLATE_NOOP("KastrelImporter", "its file \"%@\" is missing from the export"), {item.path}));
+        const OVText reason = OVLocalizedTextWithFormat(
+            QT_TRANSLATE_NOOP("KastrelImporter", "its file \"%@\" is missing from the export"), {item.path});
+        if (!listed) {
+            noteItemProblem(item.identifier, item.name, optionKey, ItemProblemKind::NotImported, reason);
+            if (entry >= 0)
+                m_reportItems.addProblem(entry, KSReportItem::Outcome::NotImported, reason.localized, reason.english);
+        }
+        if (entry >= 0)
+            m_reportItems.markRecordRemoved(entry);
     }
 
     // Every record, of every table, that loses characters on its way into the file.

@@ -53,14 +53,14 @@ OVPlist::Array KSImportOperation::groupIdentifiersForDatabaseItem(const KastrelD
     return m_library.groupsOfItem(item.id());
 }
 
-void KSImportOperation::skipItemWithoutName(const KastrelDatabaseItem &item, const QString &optionKey)
+void KSImportOperation::skipItemWithoutName(const ExportedItem &item)
 {
-    const QString identifier = item.id();
     writeLog(OVStringWithFormat(QStringLiteral("Skipping item with identifier %@ because it doesn't have a name."),
-                                {identifier}));
+                                {item.identifier}));
     const OVText reason = OVLocalizedText(QT_TRANSLATE_NOOP("KastrelImporter", "it has no name"));
-    m_skippedItems.append(SkippedItem {identifier, optionKey, reason.localized, reason.english});
-    item.release();
+    m_skippedItems.append(SkippedItem {item.identifier, item.optionKey, reason.localized, reason.english});
+    m_reportItems.markPassedOver(item.reportIndex, reason.localized, reason.english);
+    item.item.release();
     informDelegateDidImportRecordOfType(QString(QLatin1String("")));
 }
 

@@ -726,6 +726,38 @@ werden aufgeführt, zählen aber nicht), 64 falscher Aufruf.
         <translation>Objekt</translation>
     </message>
     <message>
+        <source>notes</source>
+        <translation>Notizen</translation>
+    </message>
+    <message>
+        <source>bookmarks</source>
+        <translation>Lesezeichen</translation>
+    </message>
+    <message>
+        <source>serial numbers</source>
+        <translation>Seriennummern</translation>
+    </message>
+    <message>
+        <source>passwords</source>
+        <translation>Kennwörter</translation>
+    </message>
+    <message>
+        <source>images</source>
+        <translation>Bilder</translation>
+    </message>
+    <message>
+        <source>PDFs</source>
+        <translation>PDFs</translation>
+    </message>
+    <message>
+        <source>web archives</source>
+        <translation>Webarchive</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>Name</translation>
+    </message>
+    <message>
         <source>Kind</source>
         <translation>Art</translation>
     </message>
@@ -764,6 +796,37 @@ werden aufgeführt, zählen aber nicht), 64 falscher Aufruf.
     <message>
         <source>web archive</source>
         <translation>Webarchiv</translation>
+    </message>
+    <message>
+        <source>File</source>
+        <translation>Datei</translation>
+    </message>
+    <message>
+        <source>Items that need a look</source>
+        <translation>Objekte, die einen Blick brauchen</translation>
+    </message>
+    <message>
+        <source>All items</source>
+        <translation>Alle Objekte</translation>
+    </message>
+    <message>
+        <source>report: %1</source>
+        <translation>Bericht: %1</translation>
+    </message>
+    <message>
+        <source>The report of this run could not be written to %@ (%@).</source>
+        <translation>Der Bericht dieses Laufs konnte nicht in %@ geschrieben werden (%@).</translation>
+    </message>
+    <message numerus="yes">
+        <source>The export came to %1 of %n items.</source>
+        <translation>
+            <numerusform>Der Export kam bis %1 von %n Objekt.</numerusform>
+            <numerusform>Der Export kam bis %1 von %n Objekten.</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Identifier</source>
+        <translation>Kennung</translation>
     </message>
 </context>
 </TS>

@@ -115,5 +115,12 @@
             <numerusform>%n items need attention; the report lists them.</numerusform>
         </translation>
     </message>
+    <message numerus="yes">
+        <source>The export came to %1 of %n items.</source>
+        <translation>
+            <numerusform>The export came to %1 of %n item.</numerusform>
+            <numerusform>The export came to %1 of %n items.</numerusform>
+        </translation>
+    </message>
 </context>
 </TS>

@@ -351,8 +351,8 @@ private slots:
         // A language without a catalogue reads English counts too.
         KSTranslations::install(QLocale(QStringLiteral("fr_FR")),
                                 {QStringLiteral(KI_BUILD_DIR "/share/kastrel-importer/translations")});
-        QCOMPARE(KSExportReportDialog::kindCountText(QStringLiteral("webPage"), 1), QStringLiteral("1 web page"));
-        QCOMPARE(KSExportReportDialog::kindCountText(QStringLiteral("webPage"), 0), QStringLiteral("0 web pages"));
+        QCOMPARE(KSExportReport::kindCountText(QStringLiteral("webPage"), 1), QStringLiteral("1 web page"));
+        QCOMPARE(KSExportReport::kindCountText(QStringLiteral("webPage"), 0), QStringLiteral("0 web pages"));
     }
 };
 
