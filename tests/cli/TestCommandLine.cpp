@@ -7,6 +7,7 @@
 #include "cli/KSExitStatus.h"
 #include "engine/KSImportOperation.h"
 #include "engine/KSImportOptions.h"
+#include "foundation/KSTranslations.h"
 
 #include <QBuffer>
 #include <QJsonArray>
@@ -44,6 +45,9 @@ private:
     }
 
 private slots:
+    // As the program does: the English counts ("1 item") whatever the locale.
+    void initTestCase() { KSTranslations::install(QLocale::c()); }
+
     void init()
     {
         removeEarlierRuns();
@@ -192,7 +196,7 @@ private slots:
         QVERIFY(QFileInfo::exists(json.value(QStringLiteral("libraryFile")).toString()));
         QVERIFY(error().contains(QStringLiteral("imported with its original file attached: \"Damaged\" (")));
         QVERIFY(error().contains(QStringLiteral("passed over: item I9 (")));
-        QVERIFY2(error().endsWith(QStringLiteral("Export ended, but 1 items did not arrive whole (listed above).\n")),
+        QVERIFY2(error().endsWith(QStringLiteral("Export ended, but 1 item did not arrive whole (listed above).\n")),
                  qPrintable(error()));
         QVERIFY(!error().contains(QStringLiteral("Export ended.\n")));
     }
@@ -215,7 +219,7 @@ private slots:
                     .value(QStringLiteral("reason"))
                     .toString()
                     .startsWith(QStringLiteral("its \"creationDate\" could not be used (")));
-        QVERIFY2(error().endsWith(QStringLiteral("Export ended, but 1 items did not arrive whole (listed above).\n")),
+        QVERIFY2(error().endsWith(QStringLiteral("Export ended, but 1 item did not arrive whole (listed above).\n")),
                  qPrintable(error()));
     }
 
