@@ -28,6 +28,9 @@ KSExportReport KSExportReport::ofOperation(const KSImportOperation &operation)
     const QString exportFolder = operation.filesPath();
     if (!exportFolder.isEmpty() && QFileInfo(exportFolder).isDir())
         report.exportFolder = QDir::cleanPath(exportFolder);
+    report.resumedItems = operation.resumedItemCount();
+    if (!operation.keptExportFolder().isEmpty() && QFileInfo(operation.keptExportFolder()).isDir())
+        report.keptExportFolder = QDir::cleanPath(operation.keptExportFolder());
     return report;
 }
 

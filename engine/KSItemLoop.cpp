@@ -16,8 +16,9 @@ bool KSImportOperation::exportEachItem(const QList<KastrelDatabaseItem> &items, 
     if (steps.exportFolder)
         exports.emplace(
             *m_kastrelApp, items, m_exportWindow,
-            [&steps](const KastrelDatabaseItem &item) {
-                return !steps.skipsItemsWithoutName || !item.name().isEmpty();
+            [this, &steps](const KastrelDatabaseItem &item) {
+                return (!steps.skipsItemsWithoutName || !item.name().isEmpty())
+                    && !journalEntryFor(item, steps.optionKey);
             },
             steps.exportFolder, [this] { return m_library.files(); });
 
@@ -25,12 +26,19 @@ bool KSImportOperation::exportEachItem(const QList<KastrelDatabaseItem> &items, 
         const KastrelDatabaseItem &item = items.at(index);
         if (isCancelled())
             return false;
+        syncJournalIfDue();
         const QString name = item.name();
         ExportedItem exported {item, QString(), name, steps.optionKey, {}};
         // A failure of the connection from here on happened while this item was exported.
         try {
             if (steps.skipsItemsWithoutName && name.isEmpty()) {
                 skipItemWithoutName(item, steps.optionKey);
+                continue;
+            }
+            // An item a continued run finds in its journal, unchanged, is not exported again.
+            if (const KSExportJournal::Entry *entry = journalEntryFor(item, steps.optionKey)) {
+                takeItemFromJournal(exported, entry);
+                informDelegateDidImportRecordOfType(QString(QLatin1String("")));
                 continue;
             }
             QString path;
@@ -56,6 +64,7 @@ bool KSImportOperation::exportEachItem(const QList<KastrelDatabaseItem> &items, 
 bool KSImportOperation::recordItem(ExportedItem &exported, const QString &path, const ItemKindSteps &steps)
 {
     exported.identifier = exported.item.id();
+    const qsizetype problemsBefore = m_itemProblems.size();
     const std::optional<PlacedFile> placed = steps.placeFile(exported, path);
     if (!placed)
         return false;
@@ -72,6 +81,8 @@ bool KSImportOperation::recordItem(ExportedItem &exported, const QString &path, 
     if (record.identifier != exported.identifier)
         record.groups = OVPlist::Array {KSLibraryRecords::libraryGroup()};
     m_library.addItem(record);
+    ++m_exportedItems;
+    journalItem(exported, record, placed->path, problemsBefore);
     // Nothing reads the item again: what the connection keeps of it can go.
     exported.item.release();
     return true;
