@@ -189,6 +189,9 @@ bool KSImportOperation::keepUnfinishedExportFolder()
         return false;
     if (m_journal)
         m_journal->close();
+    // The export window's staging folders are made again by the run that continues.
+    for (const QString &slotFolder : stagingSlotFolders())
+        QDir().rmdir(slotFolder);
     m_keptExportFolder = m_filesPath;
     writeLog(OVStringWithFormat(QStringLiteral("Kept the unfinished export folder %@ with its journal: "
                                                "\"kastrel-importer export --resume\" continues the export"),
