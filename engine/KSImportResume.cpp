@@ -176,6 +176,9 @@ void KSImportOperation::takeItemFromJournal(ExportedItem &exported, const KSExpo
 
 void KSImportOperation::removeJournal()
 {
+    // Nothing is left to continue from here on: should the hand-off fail, the folder goes as
+    // that of any run without a journal.
+    m_resumed.reset();
     if (!m_journal)
         return;
     m_journal->close();
