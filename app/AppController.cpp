@@ -7,6 +7,7 @@
 #include "app/KSInterfaceTexts.h"
 #include "app/KSNotesAppearance.h"
 #include "app/KSOptionsPanel.h"
+#include "app/KSResumeQuestion.h"
 #include "engine/KSImportOptions.h"
 #include "formats/RichTextReader.h"
 #include "ui_MainWindow.h"
@@ -84,8 +85,13 @@ void AppController::applicationWillFinishLaunching()
 
 void AppController::import()
 {
+    // An export that stopped unfinished can be continued rather than started over.
+    const KSResumeQuestion::Answer answer = KSResumeQuestion::ask(m_infoWindow.get());
+    if (answer == KSResumeQuestion::Answer::Cancel)
+        return;
     if (!m_importPanel)
         m_importPanel = std::make_unique<KSImportPanel>(m_infoWindow.get(), m_backend);
+    m_importPanel->setResume(answer == KSResumeQuestion::Answer::Continue);
     // Whatever the sheet's outcome, there is no second export in one run of the application.
     m_importPanel->showSheetOnWindow(m_infoWindow.get(), m_importOptions,
                                      [](int) { KSApplicationTermination::terminate(); });

@@ -142,7 +142,9 @@ void KSImportPanel::showSheetOnWindow(QWidget *parentWindow, const KSImportOptio
     m_runTimer.start();
 
     m_forwarder = std::make_shared<Forwarder>(this);
-    m_runner.start(std::make_shared<KSImportOperation>(importOptions, m_forwarder, m_backend));
+    auto operation = std::make_shared<KSImportOperation>(importOptions, m_forwarder, m_backend);
+    operation->setResume(m_resume);
+    m_runner.start(operation);
 }
 
 void KSImportPanel::waitForOperation()

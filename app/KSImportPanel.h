@@ -52,6 +52,8 @@ public:
     // sheet's worker thread; `completionHandler` gets the return code when the sheet ends.
     void showSheetOnWindow(QWidget *parentWindow, const KSImportOptions &importOptions,
                            CompletionHandler completionHandler);
+    // Whether the next export continues the one an earlier run left unfinished.
+    void setResume(bool resume) { m_resume = resume; }
 
     // The run begun last, while the sheet keeps it (for summaries and tests).
     KSImportOperation *operation() const { return m_runner.operation().get(); }
@@ -128,4 +130,5 @@ private:
     mutable std::mutex m_messageMutex;
     QString m_titleMessage;
     QString m_informationMessage;
+    bool m_resume = false;
 };

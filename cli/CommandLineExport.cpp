@@ -3,6 +3,7 @@
 #include "cli/CommandLineInterrupt.h"
 #include "cli/CommandLineOutput.h"
 #include "cli/CommandLineProgress.h"
+#include "cli/CommandLineResume.h"
 #include "cli/KSExitStatus.h"
 #include "engine/KSExportReport.h"
 #include "engine/KSImportOperation.h"
@@ -60,13 +61,19 @@ QString CommandLineExport::usage()
     return OVLocalizedString(
                QT_TRANSLATE_NOOP(
                    "KastrelImporter",
-                   "Usage: kastrel-importer export [--only KEYS] [--json]\n"
+                   "Usage: kastrel-importer export [--only KEYS] [--resume] [--json]\n"
                    "\n"
                    "Exports the Kastrel library into Nortavel 3, both reached on the D-Bus session bus.\n"
                    "\n"
                    "  --only KEYS  export only these kinds, comma-separated, of:\n"
                    "               %1\n"
                    "               (all of them by default)\n"
+                   "  --resume     continue the export an earlier run left unfinished (cancelled,\n"
+                   "               failed or killed): the items it recorded that have not changed\n"
+                   "               since are not exported again. With no unfinished export, or one\n"
+                   "               whose journal cannot be trusted, it says why and starts from the\n"
+                   "               first item; one made from another Kastrel or with other kinds is\n"
+                   "               refused (exit status 1, nothing done: its items would not match)\n"
                    "  --json       print a summary of the run as JSON on standard output\n"
                    "  --help       show this help\n"
                    "\n"
@@ -107,6 +114,7 @@ int CommandLineExport::run(const QStringList &arguments)
 {
     KSImportOptions options;
     bool json = false;
+    bool resume = false;
     for (qsizetype index = 0; index < arguments.size(); ++index) {
         const QString &argument = arguments.at(index);
         if (argument == QLatin1String("--help") || argument == QLatin1String("-h")) {
@@ -115,6 +123,10 @@ int CommandLineExport::run(const QStringList &arguments)
         }
         if (argument == QLatin1String("--json")) {
             json = true;
+            continue;
+        }
+        if (argument == QLatin1String("--resume")) {
+            resume = true;
             continue;
         }
         QString keys;
@@ -136,13 +148,14 @@ int CommandLineExport::run(const QStringList &arguments)
             return usageError(error);
         options = *selected;
     }
-    return exportWithOptions(options, json);
+    return exportWithOptions(options, json, resume);
 }
 
-int CommandLineExport::exportWithOptions(const KSImportOptions &options, bool json)
+int CommandLineExport::exportWithOptions(const KSImportOptions &options, bool json, bool resume)
 {
     auto progress = std::make_shared<CommandLineProgress>(CommandLineOutput::errorIsTerminal());
     auto operation = std::make_shared<KSImportOperation>(options, progress, m_backend);
+    operation->setResume(resume);
     m_lastOperation = operation;
 
     {
@@ -183,6 +196,7 @@ int CommandLineExport::exportWithOptions(const KSImportOptions &options, bool js
             + QLatin1Char('\n'));
     else if (!report.reportProblem.isEmpty())
         CommandLineOutput::writeError(report.reportProblem + QLatin1Char('\n'));
+    CommandLineResume::writeClosingLines(*operation, report);
     if (json)
         CommandLineOutput::writeOutput(QString::fromUtf8(
             QJsonDocument(KSRunSummary::summary(*operation, report)).toJson(QJsonDocument::Indented)));

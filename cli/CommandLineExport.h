@@ -1,4 +1,4 @@
-// `kastrel-importer export [--only KEYS] [--json]`: one export on the session bus with no
+// `kastrel-importer export [--only KEYS] [--resume] [--json]`: one export on the session bus with no
 // windows, the same engine, log, export folder and hand-off as the window's. Progress and
 // errors go to the error channel, the --json summary to the output channel (both through
 // CommandLineOutput). The exit status is 0 when the run ended with no error reported and every
@@ -37,7 +37,7 @@ public:
     std::shared_ptr<KSImportOperation> lastOperation() const { return m_lastOperation; }
 
 private:
-    int exportWithOptions(const KSImportOptions &options, bool json);
+    int exportWithOptions(const KSImportOptions &options, bool json, bool resume);
 
     std::shared_ptr<ScriptingBackend> m_backend;
     std::shared_ptr<KSImportOperation> m_lastOperation;

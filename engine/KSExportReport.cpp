@@ -39,6 +39,9 @@ KSExportReport KSExportReport::ofOperation(const KSImportOperation &operation)
     const QMap<QString, quint64> announced = operation.announcedItemCounts();
     for (const quint64 count : announced)
         report.itemsAnnounced += qint64(count);
+    report.resumedItems = operation.resumedItemCount();
+    if (!operation.keptExportFolder().isEmpty() && QFileInfo(operation.keptExportFolder()).isDir())
+        report.keptExportFolder = QDir::cleanPath(operation.keptExportFolder());
     return report;
 }
 

@@ -22,6 +22,10 @@ struct KSExportReport
     QString logFile; // null when the run wrote no log
     QString libraryFile; // the file handed to the target, when it was and is still there
     QString exportFolder; // when it is still there
+    // Items a continued run took from the journal of the run it continued, and the folder a
+    // run that stopped kept for a later one to continue (null when none).
+    qint64 resumedItems = 0;
+    QString keptExportFolder;
     // Every item the run came to, each once, in the order the run met them.
     QList<KSReportItem> items;
     // The run's report, for people (HTML) and for programs (JSON); empty when none was written.

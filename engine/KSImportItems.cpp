@@ -3,6 +3,7 @@
 // to its exporter, stopping at the first that answers no.
 #include "engine/KSImportErrors.h"
 #include "engine/KSImportOperation.h"
+#include "engine/KSResumedExport.h"
 #include "formats/NVItemType.h"
 #include "foundation/OVLocalization.h"
 #include "foundation/OVStandardPaths.h"
@@ -73,16 +74,19 @@ bool KSImportOperation::importItems()
     writeLog(OVStringWithFormat(QStringLiteral("Using temporary directory: %@"), {folder}));
 
     QString reason;
-    if (QFileInfo(folder).exists() || QFileInfo(folder).isSymLink()) {
+    QStringList folders;
+    for (const char *subFolder : subFolders)
+        folders.append(QDir(folder).filePath(QString::fromLatin1(subFolder)));
+    // A continued run keeps what its journal names, and only that.
+    if (m_resumed)
+        prepareFolderToContinue(folders.mid(0, folders.size() - 1), folders.last());
+    else if (QFileInfo(folder).exists() || QFileInfo(folder).isSymLink()) {
         if (!OVStandardPaths::removeItemAtPath(folder, &reason)) {
             informDelegateDidEncounterError(KSImportError(KSExportFolderError, exportFolderErrorText));
             writeLog(OVStringWithFormat(QStringLiteral("Unable to remove directory %@: %@"), {folder, reason}));
             return false;
         }
     }
-    QStringList folders;
-    for (const char *subFolder : subFolders)
-        folders.append(QDir(folder).filePath(QString::fromLatin1(subFolder)));
     // The staging folder's own folders, one per export in flight.
     const QStringList slotFolders = stagingSlotFolders();
     folders += slotFolders;
@@ -95,6 +99,7 @@ bool KSImportOperation::importItems()
     }
 
     m_library.beginItems(folder);
+    beginJournal(total);
 
     for (const ItemKind &kind : itemKinds) {
         if (!selected(kind))

@@ -5,6 +5,7 @@
 #include "engine/DBusScriptingBackend.h"
 #include "engine/KSExportLock.h"
 #include "engine/KSImportErrors.h"
+#include "engine/KSResumedExport.h"
 #include "engine/KSScriptingException.h"
 #include "foundation/OVClock.h"
 #include "foundation/OVFileNameStrings.h"
@@ -186,8 +187,10 @@ OVText KSImportOperation::describe(const KSScriptingException &exception, KSScri
 void KSImportOperation::removeUnusedExportFolder()
 {
     // A finished export's folder belongs to the target now; an unfinished one is of no use to
-    // anybody, and may sit in memory.
+    // anybody, and may sit in memory, unless its journal lets the next run continue it.
     if (!m_createdExportFolder || !handedOffLibraryFile().isNull() || (!isCancelled() && !m_errorReported))
+        return;
+    if (keepUnfinishedExportFolder())
         return;
     const QString folder = filesPath();
     QString reason;

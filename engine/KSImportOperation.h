@@ -7,6 +7,7 @@
 // notifications in KSImportOperationNotifications.cpp.
 #pragma once
 
+#include "engine/KSExportJournal.h"
 #include "engine/KSImportOperationDelegate.h"
 #include "engine/KSImportOptions.h"
 #include "engine/KSLibraryFile.h"
@@ -29,6 +30,8 @@
 #include <functional>
 #include <memory>
 #include <optional>
+
+class KSResumedExport;
 
 class KSImportOperation
 {
@@ -62,6 +65,14 @@ public:
 
     // The options the operation was made with.
     const KSImportOptions &importOptions() const { return m_importOptions; }
+
+    // Before main(): continue the export that an earlier run left in the export folder (see
+    // KSImportResume.cpp) rather than starting from the first item.
+    void setResume(bool resume) { m_resume = resume; }
+    bool resume() const { return m_resume; }
+    // Before main(): whether the run keeps a journal that lets a later run continue it; on
+    // by default, off only to measure what keeping it costs.
+    void setJournalEnabled(bool enabled) { m_journalEnabled = enabled; }
 
     // From any thread: the run stops before its next item.
     void cancel() { m_cancelled.store(true); }
@@ -106,6 +117,14 @@ public:
     const QString &logFilePath() const { return m_logFilePath; }
     // The export folder, or a null string when the run never got as far as choosing it.
     const QString &filesPath() const { return m_filesPath; }
+    // The export folder a run that stopped kept, with its journal, for a later run to
+    // continue; a null string when none was kept.
+    const QString &keptExportFolder() const { return m_keptExportFolder; }
+    // How many items a continued run took from the journal, and how many it exported itself.
+    qint64 resumedItemCount() const { return m_resumedItems; }
+    qint64 exportedItemCount() const { return m_exportedItems; }
+    // Why a run asked to continue started from the first item instead; empty when it did not.
+    const OVText &notContinuedReason() const { return m_notContinuedReason; }
 
     // Where the log of a run for `targetIdentifier` goes: "<support>/Nortavel 3/Logs/Kastrel Export.log".
     static QString logFilePathForTarget(const QString &targetIdentifier);
@@ -308,8 +327,32 @@ private:
     // Writes (or rewrites) the run's report files beside the log, once the run has reached its
     // items; a failure is logged and kept in reportProblem(), and changes nothing else.
     void writeRunReport();
-    // Removes the export folder of a run that was cancelled or stopped by an error.
+    // Removes the export folder of a run that was cancelled or stopped by an error, unless
+    // its journal lets a later run continue it.
     void removeUnusedExportFolder();
+
+    // Continuing an earlier export (KSImportResume.cpp). Reads the journal in `folder`:
+    // answers false when it belongs to another source or other options (after reporting
+    // why); a journal that is missing or cannot be trusted is logged and the run starts over.
+    bool prepareToContinue(const QString &folder);
+    // Clears the export folder of what the journal of the run being continued does not name.
+    void prepareFolderToContinue(const QStringList &subFolders, const QString &stagingFolder);
+    // Starts the run's journal once the item stage has its folders.
+    void beginJournal(quint64 announcedItems);
+    // Writes the line of an item just recorded; `problemsBefore` is how many problems were
+    // listed before the item's.
+    void journalItem(const ExportedItem &item, const KSItemRecord &record, const QString &file,
+                     qsizetype problemsBefore);
+    // Syncs the journal when lines have waited long enough.
+    void syncJournalIfDue();
+    // Records the item from its journal entry, without the source's export.
+    void takeItemFromJournal(ExportedItem &item, const KSExportJournal::Entry *entry);
+    // The journal entry that stands for `item` in a continued run, or none.
+    const KSExportJournal::Entry *journalEntryFor(const KastrelDatabaseItem &item, const QString &optionKey);
+    // The library file is written: the journal is of no more use.
+    void removeJournal();
+    // Closes the journal and keeps the folder of a run that stopped; answers whether it did.
+    bool keepUnfinishedExportFolder();
     // The error text for a failure of the connection to an application: which one, what
     // happened (`failure`, as settled by the backend), and the item being exported, if any;
     // the bus's own words go to the log.
@@ -349,4 +392,15 @@ private:
     QString m_jsonReportFilePath;
     OVText m_reportProblem;
     bool m_createdExportFolder = false;
+
+    bool m_resume = false;
+    bool m_journalEnabled = true;
+    QString m_foundSourceIdentifier;
+    QString m_sourceVersion;
+    std::unique_ptr<KSExportJournal> m_journal;
+    std::unique_ptr<KSResumedExport> m_resumed;
+    qint64 m_resumedItems = 0;
+    qint64 m_exportedItems = 0;
+    QString m_keptExportFolder;
+    OVText m_notContinuedReason;
 };

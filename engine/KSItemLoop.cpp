@@ -17,8 +17,9 @@ bool KSImportOperation::exportEachItem(const QList<KastrelDatabaseItem> &items, 
     if (steps.exportFolder)
         exports.emplace(
             *m_kastrelApp, items, m_exportWindow,
-            [&steps](const KastrelDatabaseItem &item) {
-                return !steps.skipsItemsWithoutName || !item.name().isEmpty();
+            [this, &steps](const KastrelDatabaseItem &item) {
+                return (!steps.skipsItemsWithoutName || !item.name().isEmpty())
+                    && !journalEntryFor(item, steps.optionKey);
             },
             steps.exportFolder, [this] { return m_library.files(); });
 
@@ -26,6 +27,7 @@ bool KSImportOperation::exportEachItem(const QList<KastrelDatabaseItem> &items, 
         const KastrelDatabaseItem &item = items.at(index);
         if (isCancelled())
             return false;
+        syncJournalIfDue();
         const QString name = item.name();
         ExportedItem exported {item, QString(), name, steps.optionKey, {}, -1};
         // A failure of the connection from here on happened while this item was exported.
@@ -35,6 +37,13 @@ bool KSImportOperation::exportEachItem(const QList<KastrelDatabaseItem> &items, 
             if (steps.skipsItemsWithoutName && name.isEmpty()) {
                 skipItemWithoutName(exported);
                 m_reportItems.finishCurrent();
+                continue;
+            }
+            // An item a continued run finds in its journal, unchanged, is not exported again.
+            if (const KSExportJournal::Entry *entry = journalEntryFor(item, steps.optionKey)) {
+                takeItemFromJournal(exported, entry);
+                m_reportItems.finishCurrent();
+                informDelegateDidImportRecordOfType(QString(QLatin1String("")));
                 continue;
             }
             QString path;
@@ -60,6 +69,7 @@ bool KSImportOperation::exportEachItem(const QList<KastrelDatabaseItem> &items, 
 
 bool KSImportOperation::recordItem(ExportedItem &exported, const QString &path, const ItemKindSteps &steps)
 {
+    const qsizetype problemsBefore = m_itemProblems.size();
     const std::optional<PlacedFile> placed = steps.placeFile(exported, path);
     if (!placed)
         return false;
@@ -78,6 +88,8 @@ bool KSImportOperation::recordItem(ExportedItem &exported, const QString &path, 
     m_library.addItem(record);
     m_reportItems.markRecorded(exported.reportIndex, record.identifier, KSExportReport::itemTypeName(record.type),
                                QDir(m_filesPath).relativeFilePath(record.path));
+    ++m_exportedItems;
+    journalItem(exported, record, placed->path, problemsBefore);
     // Nothing reads the item again: what the connection keeps of it can go.
     exported.item.release();
     return true;

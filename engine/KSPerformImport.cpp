@@ -4,6 +4,7 @@
 #include "engine/KSFourCharCode.h"
 #include "engine/KSImportErrors.h"
 #include "engine/KSImportOperation.h"
+#include "engine/KSResumedExport.h"
 #include "engine/NortavelApplication.h"
 #include "foundation/OVPlistSerialization.h"
 #include "foundation/OVStandardPaths.h"
@@ -72,6 +73,7 @@ bool KSImportOperation::performImportWithAppIdentifier(const QString &identifier
     if (!source)
         source = KastrelApplication::applicationWithBundleIdentifier(scriptingBackend(), legacySourceIdentifier);
     m_kastrelApp = source;
+    m_foundSourceIdentifier = source ? source->bundleIdentifier() : QString();
     if (!source) {
         informDelegateDidEncounterError(
             KSImportError(KSSourceApplicationNotFoundError,
@@ -80,7 +82,8 @@ bool KSImportOperation::performImportWithAppIdentifier(const QString &identifier
     }
 
     // Only major version 1 is looked at: 0.x and 2.x and later all pass.
-    const Version sourceVersion = readVersion(source->version(), "source");
+    m_sourceVersion = source->version();
+    const Version sourceVersion = readVersion(m_sourceVersion, "source");
     if (sourceVersion.major == 1 && sourceVersion.minor <= 4) {
         informDelegateDidEncounterError(KSImportError(
             KSApplicationVersionError, QT_TRANSLATE_NOOP("KastrelImporter", "Kastrel 1.5 or later is required.")));
@@ -113,7 +116,10 @@ bool KSImportOperation::performImportWithAppIdentifier(const QString &identifier
         writeLog(OVStringWithFormat(QStringLiteral("Unable to create directory %@: %@"), {folder, reason}));
         return false;
     }
-    if (QFileInfo(folder).exists() || QFileInfo(folder).isSymLink()) {
+    // A run that continues an earlier one keeps its folder; any other empties it.
+    if (m_resume && !prepareToContinue(folder))
+        return false;
+    if (!m_resumed && (QFileInfo(folder).exists() || QFileInfo(folder).isSymLink())) {
         if (!OVStandardPaths::removeItemAtPath(folder, &reason)) {
             informDelegateDidEncounterError(KSImportError(KSExportFolderError, exportFolderErrorText));
             writeLog(OVStringWithFormat(QStringLiteral("Unable to remove directory %@: %@"), {folder, reason}));
@@ -145,6 +151,7 @@ bool KSImportOperation::performImportWithAppIdentifier(const QString &identifier
     const QString libraryFile = QDir(folder).filePath(QStringLiteral("Kastrel.nvlibxml"));
     if (!writeLibraryFile(libraryFile, itemFiles))
         return false;
+    removeJournal();
 
     target->activate();
     NortavelImportOptions options;

@@ -107,6 +107,12 @@ QJsonObject summary(const KSImportOperation &operation, const KSExportReport &re
         {QStringLiteral("reportFile"), pathOrNull(report.reportFile)},
         {QStringLiteral("jsonReportFile"), pathOrNull(report.jsonReportFile)},
         {QStringLiteral("reportProblem"), textOrNull(report.englishReportProblem)},
+        // Continuing an earlier export: what came from its journal, or why it could not.
+        {QStringLiteral("resumedItems"), report.resumedItems},
+        {QStringLiteral("exportedAnew"), operation.exportedItemCount()},
+        {QStringLiteral("keptExportFolder"), pathOrNull(report.keptExportFolder)},
+        {QStringLiteral("continued"), operation.resume() && operation.notContinuedReason().english.isEmpty()},
+        {QStringLiteral("notContinuedReason"), textOrNull(operation.notContinuedReason().english)},
     };
 }
 

@@ -157,7 +157,7 @@ private slots:
                      QStringLiteral("Scripting failure: ElementsOfEach of element \"tags\" of 2 objects from /items/0 "
                                     "in com.fendwick.kastrel4 failed: org.freedesktop.DBus.Error.Failed: ")),
                  qPrintable(failures.first()));
-        QVERIFY(readLog().contains(QStringLiteral("Removed the unfinished export folder ") + exportFolder()));
+        QVERIFY(readLog().contains(QStringLiteral("Kept the unfinished export folder ") + exportFolder()));
         QVERIFY(!QFileInfo::exists(QDir(exportFolder()).filePath(QStringLiteral("Kastrel.nvlibxml"))));
         QVERIFY(lastImport().isEmpty());
     }

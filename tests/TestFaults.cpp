@@ -4,6 +4,7 @@
 // be opened, and a cancel from the main thread while a slow source is being read.
 #include "FaultHarness.h"
 #include "KSImportOperationInspector.h"
+#include "engine/KSExportJournal.h"
 #include "engine/KSImportErrors.h"
 
 #include <QDir>
@@ -96,7 +97,7 @@ private slots:
                                 "details are in the log.")
                      .arg(noticedByTheExport ? QStringLiteral("Last words") : QStringLiteral("First")));
         QCOMPARE(delegate->errors.size(), 1);
-        QVERIFY(readLog().contains(QStringLiteral("Removed the unfinished export folder ") + exportFolder()));
+        QVERIFY(readLog().contains(QStringLiteral("Kept the unfinished export folder ") + exportFolder()));
         QVERIFY(KSImportOperationInspector::logStream(*operation));
         QVERIFY(!KSImportOperationInspector::logStream(*operation)->isOpen());
         QVERIFY(!libraryFileWritten());
@@ -149,11 +150,11 @@ private slots:
         QCOMPARE(items.size(), 1);
         const OVPlist good = items.value(QStringLiteral("good"));
         QVERIFY(good.isDictionary());
-        // The earlier item was exported; the unfinished export folder is then removed, as the
-        // log says, so nothing of a stopped run stays in the temporary folder.
+        // The earlier item was exported; the unfinished export folder is then kept with its
+        // journal, as the log says, so that a later run can continue from there.
         QVERIFY(good.value(QStringLiteral("absoluteFilename")).toString().startsWith(exportFolder()));
-        QVERIFY(!QFileInfo::exists(exportFolder()));
-        QVERIFY(readLog().contains(QStringLiteral("Removed the unfinished export folder ") + exportFolder()));
+        QVERIFY(QFileInfo::exists(QDir(exportFolder()).filePath(KSExportJournal::fileName)));
+        QVERIFY(readLog().contains(QStringLiteral("Kept the unfinished export folder ") + exportFolder()));
         QVERIFY(!libraryFileWritten());
         QVERIFY(lastImport().isEmpty());
         Q_UNUSED(option)

@@ -6,6 +6,7 @@
 #include "KSImportOperationInspector.h"
 #include "TestSupport.h"
 #include "engine/DBusScriptingBackend.h"
+#include "engine/KSExportJournal.h"
 #include "engine/KSExportLock.h"
 #include "engine/KSImportOperation.h"
 #include "formats/NVWebBookmarkFile.h"
@@ -373,7 +374,7 @@ private slots:
         QDBusConnection::disconnectFromBus(QStringLiteral("nowhere"));
     }
 
-    void cancelledRunSaysSoAndLeavesNoFolder()
+    void cancelledRunSaysSoAndKeepsItsFolder()
     {
         addItem(QStringLiteral("note"), QStringLiteral("N1"), QStringLiteral("One"));
         addItem(QStringLiteral("note"), QStringLiteral("N2"), QStringLiteral("Two"));
@@ -385,12 +386,12 @@ private slots:
         });
         m_operation->main();
         QCOMPARE(m_delegate->events, QStringList {QStringLiteral("cancel")});
-        QVERIFY(!QFileInfo::exists(exportFolder()));
+        QCOMPARE(m_operation->keptExportFolder(), exportFolder());
+        QVERIFY(QFileInfo::exists(QDir(exportFolder()).filePath(KSExportJournal::fileName)));
         QVERIFY(m_operation->handedOffLibraryFile().isNull());
         const QString log = logText();
         const qsizetype cancelled = log.indexOf(QStringLiteral(" Export cancelled\n"));
-        const qsizetype removed
-            = log.indexOf(QStringLiteral(" Removed the unfinished export folder ") + exportFolder());
+        const qsizetype removed = log.indexOf(QStringLiteral(" Kept the unfinished export folder ") + exportFolder());
         const qsizetype ended = log.indexOf(QStringLiteral(" *** Export ended"));
         QVERIFY2(cancelled > 0 && removed > cancelled && ended > removed, qPrintable(log));
     }

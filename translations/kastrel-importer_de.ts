@@ -383,44 +383,6 @@
         <translation>Export fehlgeschlagen. Nichts wurde an Nortavel 3 übergeben.</translation>
     </message>
     <message>
-        <source>Usage: kastrel-importer export [--only KEYS] [--json]
-
-Exports the Kastrel library into Nortavel 3, both reached on the D-Bus session bus.
-
-  --only KEYS  export only these kinds, comma-separated, of:
-               %1
-               (all of them by default)
-  --json       print a summary of the run as JSON on standard output
-  --help       show this help
-
-Progress and errors (&quot;error CODE: TEXT&quot;) go to standard error. Ctrl-C cancels the
-export; a second Ctrl-C stops at once.
-Exit status: 0 ended with every item in Nortavel 3, 1 an error was reported (nothing
-was handed to Nortavel 3), 2 cancelled, 3 ended but items that should have arrived did
-not, or arrived as a note holding their original file or without part of what they carry
-(each is listed with the reason; items passed over on purpose, such as those without a
-name, are listed but do not count), 64 wrong usage.
-</source>
-        <translation>Aufruf: kastrel-importer export [--only ARTEN] [--json]
-
-Exportiert die Kastrel-Bibliothek nach Nortavel 3; beide werden über den D-Bus-Sitzungsbus erreicht.
-
-  --only ARTEN  nur diese Arten exportieren, durch Kommas getrennt, aus:
-                %1
-                (ohne Angabe alle)
-  --json        eine Zusammenfassung des Laufs als JSON auf die Standardausgabe schreiben
-  --help        diese Hilfe anzeigen
-
-Fortschritt und Fehler („error CODE: TEXT“) gehen auf die Standardfehlerausgabe. Strg-C bricht
-den Export ab; ein zweites Strg-C hält sofort an.
-Exit-Status: 0 beendet, jedes Objekt ist in Nortavel 3, 1 ein Fehler wurde gemeldet (nichts
-wurde an Nortavel 3 übergeben), 2 abgebrochen, 3 beendet, aber Objekte, die ankommen sollten,
-sind nicht, als Notiz mit ihrer Originaldatei oder ohne einen Teil ihres Inhalts angekommen
-(jedes wird mit dem Grund aufgeführt; absichtlich übergangene Objekte, etwa solche ohne Namen,
-werden aufgeführt, zählen aber nicht), 64 falscher Aufruf.
-</translation>
-    </message>
-    <message>
         <source>--only needs at least one kind; valid keys: %1</source>
         <translation>--only braucht mindestens eine Art; gültige Arten: %1</translation>
     </message>
@@ -827,6 +789,108 @@ werden aufgeführt, zählen aber nicht), 64 falscher Aufruf.
     <message>
         <source>Identifier</source>
         <translation>Kennung</translation>
+    </message>
+    <message>
+        <source>The earlier export cannot be continued: it was made from another Kastrel (%@ %@). Export without continuing to start over.</source>
+        <translation>Der frühere Export kann nicht fortgesetzt werden: Er stammt aus einem anderen Kastrel (%@ %@). Exportieren Sie ohne Fortsetzen, um neu zu beginnen.</translation>
+    </message>
+    <message>
+        <source>The earlier export cannot be continued: it exports other kinds of items (%@). Choose the same kinds, or export without continuing to start over.</source>
+        <translation>Der frühere Export kann nicht fortgesetzt werden: Er exportiert andere Arten von Objekten (%@). Wählen Sie dieselben Arten, oder exportieren Sie ohne Fortsetzen, um neu zu beginnen.</translation>
+    </message>
+    <message>
+        <source>Usage: kastrel-importer export [--only KEYS] [--resume] [--json]
+
+Exports the Kastrel library into Nortavel 3, both reached on the D-Bus session bus.
+
+  --only KEYS  export only these kinds, comma-separated, of:
+               %1
+               (all of them by default)
+  --resume     continue the export an earlier run left unfinished (cancelled,
+               failed or killed): the items it recorded that have not changed
+               since are not exported again. With no unfinished export, or one
+               whose journal cannot be trusted, it says why and starts from the
+               first item; one made from another Kastrel or with other kinds is
+               refused (exit status 1, nothing done: its items would not match)
+  --json       print a summary of the run as JSON on standard output
+  --help       show this help
+
+Progress and errors (&quot;error CODE: TEXT&quot;) go to standard error. Ctrl-C cancels the
+export; a second Ctrl-C stops at once.
+Exit status: 0 ended with every item in Nortavel 3, 1 an error was reported (nothing
+was handed to Nortavel 3), 2 cancelled, 3 ended but items that should have arrived did
+not, or arrived as a note holding their original file or without part of what they carry
+(each is listed with the reason; items passed over on purpose, such as those without a
+name, are listed but do not count), 64 wrong usage.
+</source>
+        <translation>Aufruf: kastrel-importer export [--only ARTEN] [--resume] [--json]
+
+Exportiert die Kastrel-Bibliothek nach Nortavel 3; beide werden über den D-Bus-Sitzungsbus erreicht.
+
+  --only ARTEN  nur diese Arten exportieren, durch Kommas getrennt, aus:
+                %1
+                (ohne Angabe alle)
+  --resume      den Export fortsetzen, den ein früherer Lauf unvollendet ließ (abgebrochen,
+                fehlgeschlagen oder beendet): Objekte, die er festhielt und die sich seither
+                nicht geändert haben, werden nicht erneut exportiert. Gibt es keinen
+                unvollendeten Export oder ist sein Journal nicht vertrauenswürdig, sagt es den
+                Grund und beginnt beim ersten Objekt; einer aus einem anderen Kastrel oder mit
+                anderen Arten wird abgelehnt (Exit-Status 1, nichts geschieht: seine Objekte
+                passen nicht)
+  --json        eine Zusammenfassung des Laufs als JSON auf die Standardausgabe schreiben
+  --help        diese Hilfe anzeigen
+
+Fortschritt und Fehler („error CODE: TEXT“) gehen auf die Standardfehlerausgabe. Strg-C bricht
+den Export ab; ein zweites Strg-C hält sofort an.
+Exit-Status: 0 beendet, jedes Objekt ist in Nortavel 3, 1 ein Fehler wurde gemeldet (nichts
+wurde an Nortavel 3 übergeben), 2 abgebrochen, 3 beendet, aber Objekte, die ankommen sollten,
+sind nicht, als Notiz mit ihrer Originaldatei oder ohne einen Teil ihres Inhalts angekommen
+(jedes wird mit dem Grund aufgeführt; absichtlich übergangene Objekte, etwa solche ohne Namen,
+werden aufgeführt, zählen aber nicht), 64 falscher Aufruf.
+</translation>
+    </message>
+    <message>
+        <source>not continued: %1; the export started from the first item</source>
+        <translation>nicht fortgesetzt: %1; der Export begann beim ersten Objekt</translation>
+    </message>
+    <message>
+        <source>items taken from the earlier export: %1, exported anew: %2</source>
+        <translation>aus dem früheren Export übernommene Objekte: %1, neu exportiert: %2</translation>
+    </message>
+    <message>
+        <source>unfinished export kept in: %1 (&quot;kastrel-importer export --resume&quot; continues it)</source>
+        <translation>unvollendeter Export aufbewahrt in: %1 („kastrel-importer export --resume“ setzt ihn fort)</translation>
+    </message>
+    <message>
+        <source>An earlier export stopped after %1 of %2 items. Continue it, or start over?</source>
+        <translation>Ein früherer Export hielt nach %1 von %2 Objekten an. Fortsetzen oder neu beginnen?</translation>
+    </message>
+    <message>
+        <source>Continuing exports only the items that are not in the earlier export or that changed since; starting over exports every item again.</source>
+        <translation>Fortsetzen exportiert nur die Objekte, die im früheren Export fehlen oder sich seither geändert haben; neu beginnen exportiert jedes Objekt noch einmal.</translation>
+    </message>
+    <message>
+        <source>Continue</source>
+        <translation>Fortsetzen</translation>
+    </message>
+    <message>
+        <source>Start Over</source>
+        <translation>Neu beginnen</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>The unfinished export was kept in %@: exporting again offers to continue it (&quot;kastrel-importer export --resume&quot;).</source>
+        <translation>Der unfertige Export wurde in %@ aufbewahrt: Ein erneuter Export bietet an, ihn fortzusetzen („kastrel-importer export --resume“).</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n items were taken from the earlier export.</source>
+        <translation>
+            <numerusform>%n Objekt wurde aus dem früheren Export übernommen.</numerusform>
+            <numerusform>%n Objekte wurden aus dem früheren Export übernommen.</numerusform>
+        </translation>
     </message>
 </context>
 </TS>

@@ -122,5 +122,12 @@
             <numerusform>The export came to %1 of %n items.</numerusform>
         </translation>
     </message>
+    <message numerus="yes">
+        <source>%n items were taken from the earlier export.</source>
+        <translation>
+            <numerusform>%n item was taken from the earlier export.</numerusform>
+            <numerusform>%n items were taken from the earlier export.</numerusform>
+        </translation>
+    </message>
 </context>
 </TS>

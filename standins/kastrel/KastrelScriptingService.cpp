@@ -7,6 +7,7 @@
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QFileInfo>
 #include <QThread>
 #include <QTimer>
@@ -188,6 +189,11 @@ QString KastrelScriptingService::Export(const QList<QDBusObjectPath> &items, con
         return QString();
     }
     const KastrelItem &item = m_library.items().at(resolved->index);
+    if (!m_exportLog.isEmpty()) {
+        QFile log(m_exportLog);
+        if (log.open(QIODevice::WriteOnly | QIODevice::Append))
+            log.write(item.id.toUtf8() + '\n');
+    }
     switch (item.exportBehavior) {
     case KastrelExportBehavior::Quits:
         // The application goes away in the middle of the command, leaving it unanswered.

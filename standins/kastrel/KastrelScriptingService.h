@@ -41,6 +41,8 @@ public:
     // Every call takes at least this many milliseconds, and the next is taken up only after
     // it: calls are handled one at a time, as a real application's scripting handles them.
     void setSerialDelay(int milliseconds) { m_serialDelay = milliseconds; }
+    // Every Export call appends the identifier of its item, and a line feed, to `path`.
+    void setExportLog(const QString &path) { m_exportLog = path; }
 
     void setElementsOfEach(KastrelElementsOfEach answer) { m_elementsOfEach = answer; }
 
@@ -80,6 +82,7 @@ private:
     KastrelObjectModel m_model;
     int m_replyDelay = 0;
     int m_serialDelay = 0;
+    QString m_exportLog;
     QElapsedTimer m_callClock;
     KastrelElementsOfEach m_elementsOfEach = KastrelElementsOfEach::Served;
 };

@@ -3,6 +3,7 @@
 //
 //   kastrel-standin [serve] --library DIR [--identifier ID] [--version V] [--reply-delay MS]
 //                   [--serial-delay MS] [--elements-of-each served|missing|failing]
+//                   [--export-log FILE]
 //   kastrel-standin install --library DIR [the same options] [--data-home DIR]
 #include "standins/common/StandinBus.h"
 #include "standins/common/StandinCommandLine.h"
@@ -62,6 +63,10 @@ int main(int argc, char *argv[])
     commandLine.addOption(delayOption);
     commandLine.addOption(serialOption);
     commandLine.addOption(elementsOfEachOption);
+    const QCommandLineOption exportLogOption(
+        QStringLiteral("export-log"),
+        QStringLiteral("Append the identifier of each item asked to Export to this file."), QStringLiteral("file"));
+    commandLine.addOption(exportLogOption);
     QString error;
     if (!commandLine.parse(QCoreApplication::arguments(), &error))
         return Standin::StandinBus::fail(error);
@@ -87,6 +92,8 @@ int main(int argc, char *argv[])
             arguments << QStringLiteral("--serial-delay") << QString::number(*serialDelay);
         if (*elementsOfEach != Standin::KastrelElementsOfEach::Served)
             arguments << QStringLiteral("--elements-of-each") << commandLine.value(elementsOfEachOption);
+        if (commandLine.isSet(exportLogOption))
+            arguments << QStringLiteral("--export-log") << commandLine.absolutePath(exportLogOption);
         return commandLine.install(QCoreApplication::applicationFilePath(), arguments, &error)
             ? 0
             : Standin::StandinBus::fail(error);
@@ -100,5 +107,7 @@ int main(int argc, char *argv[])
     service.setReplyDelay(*delay);
     service.setSerialDelay(*serialDelay);
     service.setElementsOfEach(*elementsOfEach);
+    if (commandLine.isSet(exportLogOption))
+        service.setExportLog(commandLine.absolutePath(exportLogOption));
     return Standin::StandinBus::serve(&service, commandLine.identifier());
 }

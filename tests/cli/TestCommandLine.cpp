@@ -269,9 +269,11 @@ private slots:
         QVERIFY(error().contains(QStringLiteral("Export cancelled.\n")));
         QVERIFY(applications->exportCount() < 6);
         QCOMPARE(summary().value(QStringLiteral("outcome")).toString(), QStringLiteral("cancelled"));
-        // Nothing of a cancelled run is left to point at.
+        // No library file; the folder is kept for a run that continues the export, and said so.
         QVERIFY(summary().value(QStringLiteral("libraryFile")).isNull());
-        QVERIFY(summary().value(QStringLiteral("exportFolder")).isNull());
+        QVERIFY(!summary().value(QStringLiteral("keptExportFolder")).isNull());
+        QCOMPARE(summary().value(QStringLiteral("keptExportFolder")), summary().value(QStringLiteral("exportFolder")));
+        QVERIFY2(error().contains(QStringLiteral("unfinished export kept in: ")), qPrintable(error()));
         QVERIFY(error().endsWith(QStringLiteral("Export cancelled. Nothing was handed to Nortavel 3.\n")));
         // The handler is gone with the run: what was there before is back.
         struct sigaction after = {};

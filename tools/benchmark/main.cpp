@@ -11,10 +11,13 @@
 // ElementsOfEach.
 //
 //   kastrel-benchmark [--items N] [--work DIR] [--seed N] [--kinds notes,images,...]
-//                     [--serial-delay MS] [--elements-of-each served|missing]
+//                     [--serial-delay MS] [--elements-of-each served|missing] [--resume yes]
+// With --resume yes it measures instead what the export journal costs (full runs with it and
+// without it) and what continuing an export cancelled at half saves (ResumeBenchmark.h).
 //   kastrel-benchmark generate --items N --seed S DIR   (used internally, in a child process)
 #include "BenchmarkLibrary.h"
 #include "CpuAccount.h"
+#include "ResumeBenchmark.h"
 #include "engine/DBusScriptingBackend.h"
 #include "engine/KSImportOperation.h"
 #include "engine/KSImportOptions.h"
@@ -171,7 +174,8 @@ void printSerialFloors(const QMap<QString, quint64> &calls, int items, qint64 wa
         << " Export calls); wall time / that floor: " << (exportFloor > 0 ? wall / 1000.0 / exportFloor : 0) << '\n';
 }
 
-int benchmark(int items, const QString &work, quint32 seed, const QStringList &kinds, const SourceBehaviour &source)
+int benchmark(int items, const QString &work, quint32 seed, const QStringList &kinds, const SourceBehaviour &source,
+              bool resumeFigures)
 {
     const QString library = QDir(work).filePath(QStringLiteral("library-%1-%2").arg(items).arg(seed));
     if (!QFileInfo::exists(QDir(library).filePath(QStringLiteral("library.json")))) {
@@ -183,6 +187,9 @@ int benchmark(int items, const QString &work, quint32 seed, const QStringList &k
             return 1;
         }
     }
+
+    if (resumeFigures)
+        return ResumeBenchmark::run(library, work, items, out);
 
     // Fresh target data for every run; the stand-ins are started by the bus on first use.
     const QString target = QDir(work).filePath(QStringLiteral("target-%1").arg(items));
@@ -361,6 +368,7 @@ int main(int argc, char *argv[])
     quint32 seed = 1;
     SourceBehaviour source;
     QStringList kinds = KSImportOptions::allKeys();
+    bool resumeFigures = false;
     for (int i = 1; i + 1 < arguments.size(); i += 2) {
         if (arguments.at(i) == QLatin1String("--items")) {
             size = arguments.at(i + 1).toInt();
@@ -374,9 +382,11 @@ int main(int argc, char *argv[])
             source.serialDelay = arguments.at(i + 1).toInt();
         } else if (arguments.at(i) == QLatin1String("--elements-of-each")) {
             source.elementsOfEach = arguments.at(i + 1);
+        } else if (arguments.at(i) == QLatin1String("--resume")) {
+            resumeFigures = arguments.at(i + 1) == QLatin1String("yes");
         }
     }
     QDir().mkpath(work);
     out << "machine: " << QThread::idealThreadCount() << " cores, " << QSysInfo::prettyProductName() << '\n';
-    return benchmark(size, work, seed, kinds, source);
+    return benchmark(size, work, seed, kinds, source, resumeFigures);
 }
