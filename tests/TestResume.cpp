@@ -12,7 +12,9 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QJsonArray>
 #include <QJsonDocument>
+#include <QSet>
 #include <QProcess>
 #include <QThread>
 #include <QtTest>
@@ -140,6 +142,22 @@ Run runImporter(const QStringList &arguments = {}, const std::function<bool(QPro
     return run;
 }
 
+// The run's report for programs, as the summary names it.
+QJsonObject runReport(const Run &run)
+{
+    QFile file(run.summary.value(QStringLiteral("jsonReportFile")).toString());
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return QJsonDocument::fromJson(file.readAll()).object();
+}
+
+// The run's report for people.
+QString runReportPage(const Run &run)
+{
+    QFile file(run.summary.value(QStringLiteral("reportFile")).toString());
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
 // What the target took: each item's file, as a path inside the imported library and its size.
 QMap<QString, QString> importedFiles()
 {
@@ -197,6 +215,24 @@ class TestResume : public QObject
             QVERIFY2(!journalled.contains(identifier), qPrintable(identifier + QStringLiteral(" exported again")));
         QCOMPARE(importedFiles(), m_uninterrupted);
         QVERIFY(!QFileInfo::exists(journalPath()));
+
+        // The report lists every item once, those from the journal as imported with the files
+        // they had, and says how many came from the journal.
+        const QJsonObject report = runReport(resumed);
+        QCOMPARE(report.value(QStringLiteral("resumedItems")).toInt(), journalled.size());
+        const QJsonArray items = report.value(QStringLiteral("items")).toArray();
+        QCOMPARE(items.size(), itemCount);
+        QSet<QString> listed;
+        for (const QJsonValue &value : items) {
+            const QJsonObject item = value.toObject();
+            const QString identifier = item.value(QStringLiteral("identifier")).toString();
+            QVERIFY2(!listed.contains(identifier), qPrintable(identifier + QStringLiteral(" listed twice")));
+            listed.insert(identifier);
+            QCOMPARE(item.value(QStringLiteral("outcome")).toString(), QStringLiteral("imported"));
+            QVERIFY2(!item.value(QStringLiteral("file")).toString().isEmpty(), qPrintable(identifier));
+        }
+        QVERIFY(runReportPage(resumed).contains(
+            QStringLiteral("%1 items were taken from the earlier export.").arg(journalled.size())));
     }
 
 private slots:
@@ -229,6 +265,13 @@ private slots:
         QVERIFY2(stopped.errorText.contains(QStringLiteral("unfinished export kept in: ")),
                  qPrintable(stopped.describe()));
         QVERIFY(readLog().contains(QStringLiteral("Kept the unfinished export folder")));
+        // The report of the stopped run says where its folder is, for people and for programs.
+        QCOMPARE(runReport(stopped).value(QStringLiteral("keptExportFolder")).toString(),
+                 QDir::cleanPath(exportFolder()));
+        QCOMPARE(runReport(stopped).value(QStringLiteral("outcome")).toString(), QStringLiteral("cancelled"));
+        QVERIFY2(runReportPage(stopped).contains(QStringLiteral("The unfinished export was kept in %1")
+                                                     .arg(QDir::cleanPath(exportFolder()).toHtmlEscaped())),
+                 qPrintable(runReportPage(stopped).left(3000)));
         const QStringList journalled = journalledItems();
         QVERIFY(journalled.size() >= 10);
         QVERIFY(install(manifest()));
