@@ -296,9 +296,10 @@ QString KSImportPanel::whatWasHanded(const KSExportReport &report)
 QString KSImportPanel::whatReachedTheTarget(const KSExportReport &report)
 {
     const KSExportReportDialog files {report};
-    return QStringList {whatWasHanded(report), files.logText(), files.reportFileText()}
-        .join(QLatin1Char(' '))
-        .trimmed();
+    QStringList sentences {whatWasHanded(report), report.keptExportFolderText(), files.logText(),
+                           files.reportFileText()};
+    sentences.removeAll(QString());
+    return sentences.join(QLatin1Char(' '));
 }
 
 KSAlert KSImportPanel::endingAlert(const QString &message, const QString &errorText, const KSExportReport &report)

@@ -3,6 +3,7 @@
 #include "engine/KSLibraryRecords.h"
 #include "formats/NVItemType.h"
 #include "foundation/OVLocalization.h"
+#include "foundation/OVStringFormat.h"
 
 #include <QDir>
 #include <QFile>
@@ -43,6 +44,17 @@ KSExportReport KSExportReport::ofOperation(const KSImportOperation &operation)
     if (!operation.keptExportFolder().isEmpty() && QFileInfo(operation.keptExportFolder()).isDir())
         report.keptExportFolder = QDir::cleanPath(operation.keptExportFolder());
     return report;
+}
+
+QString KSExportReport::keptExportFolderText() const
+{
+    if (keptExportFolder.isEmpty())
+        return QString();
+    return OVStringWithFormat(
+        OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter",
+                                            "The unfinished export was kept in %@: exporting again offers to "
+                                            "continue it (\"kastrel-importer export --resume\").")),
+        {keptExportFolder});
 }
 
 qsizetype KSExportReport::missingItemCount() const

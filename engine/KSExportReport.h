@@ -39,6 +39,9 @@ struct KSExportReport
 
     static KSExportReport ofOperation(const KSImportOperation &operation);
 
+    // Where the unfinished export was kept and how to continue it, for people; empty when none was.
+    QString keptExportFolderText() const;
+
     // Items that should have arrived and did not, or arrived as their original file only.
     qsizetype missingItemCount() const;
     // Items that arrived without part of what they carry (an address, dates).

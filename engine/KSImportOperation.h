@@ -117,9 +117,10 @@ public:
     const QString &logFilePath() const { return m_logFilePath; }
     // The export folder, or a null string when the run never got as far as choosing it.
     const QString &filesPath() const { return m_filesPath; }
-    // The export folder a run that stopped kept, with its journal, for a later run to
-    // continue; a null string when none was kept.
-    const QString &keptExportFolder() const { return m_keptExportFolder; }
+    // The export folder a run that stopped keeps, with its journal, for a later run to
+    // continue; a null string when none is kept. Known from the moment the run stops (its
+    // error or its cancellation), before the folder is closed.
+    QString keptExportFolder() const;
     // How many items a continued run took from the journal, and how many it exported itself.
     qint64 resumedItemCount() const { return m_resumedItems; }
     qint64 exportedItemCount() const { return m_exportedItems; }

@@ -187,6 +187,16 @@ void KSImportOperation::removeJournal()
     QFile::remove(journalPath(m_filesPath));
 }
 
+QString KSImportOperation::keptExportFolder() const
+{
+    if (!m_keptExportFolder.isNull())
+        return m_keptExportFolder;
+    // A stopped run with a journal still open keeps its folder once it winds up; an error's
+    // alert is shown before that, and should already say so.
+    const bool stopped = isCancelled() || m_errorReported;
+    return stopped && (m_journal || m_resumed) && m_handedOffLibraryFile.isNull() ? m_filesPath : QString();
+}
+
 bool KSImportOperation::keepUnfinishedExportFolder()
 {
     if (!m_journal && !m_resumed)

@@ -136,15 +136,11 @@ void write(QIODevice &device, const KSImportOperation &operation, const KSExport
                 OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "Nothing was handed to Nortavel 3.")));
     }
     if (!report.keptExportFolder.isEmpty())
-        html += paragraph(OVStringWithFormat(
-            OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter",
-                                                "The unfinished export was kept in %@: exporting again offers to "
-                                                "continue it (\"kastrel-importer export --resume\").")),
-            {report.keptExportFolder}));
+        html += paragraph(report.keptExportFolderText());
     if (report.resumedItems > 0)
-        html += paragraph(OVLocalizedCountString(QT_TRANSLATE_N_NOOP("KastrelImporter",
-                                                                     "%n items were taken from the earlier export."),
-                                                 report.resumedItems));
+        html += paragraph(OVLocalizedCountString(
+            QT_TRANSLATE_N_NOOP("KastrelImporter", "%n items were taken from the earlier export."),
+            report.resumedItems));
     html += counts(report, handedOff);
 
     // The items that need a look, the worst first; items of the same outcome in the run's order.

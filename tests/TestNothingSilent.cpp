@@ -8,6 +8,7 @@
 #include "engine/DBusScriptingBackend.h"
 #include "engine/KSExportJournal.h"
 #include "engine/KSExportLock.h"
+#include "engine/KSExportReport.h"
 #include "engine/KSImportOperation.h"
 #include "formats/NVWebBookmarkFile.h"
 #include "foundation/OVPlistSerialization.h"
@@ -30,9 +31,12 @@ class RecordingDelegate : public KSImportOperationDelegate
 public:
     QStringList events;
     QList<OVError> errors;
+    // The report as an error's alert would show it, at the moment of the error.
+    QList<KSExportReport> reportsAtErrors;
 
-    void importOperationDidEncounterError(KSImportOperation *, const OVError &error) override
+    void importOperationDidEncounterError(KSImportOperation *operation, const OVError &error) override
     {
+        reportsAtErrors.append(KSExportReport::ofOperation(*operation));
         errors.append(error);
         events.append(QStringLiteral("error %1").arg(error.code));
     }
@@ -394,6 +398,31 @@ private slots:
         const qsizetype removed = log.indexOf(QStringLiteral(" Kept the unfinished export folder ") + exportFolder());
         const qsizetype ended = log.indexOf(QStringLiteral(" *** Export ended"));
         QVERIFY2(cancelled > 0 && removed > cancelled && ended > removed, qPrintable(log));
+    }
+
+    void errorInTheItemStageSaysAtOnceThatTheFolderIsKept()
+    {
+        addItem(QStringLiteral("note"), QStringLiteral("N1"), QStringLiteral("One"));
+        source().setExportFails(addItem(QStringLiteral("note"), QStringLiteral("N2"), QStringLiteral("Two")));
+        run();
+        QCOMPARE(m_delegate->events.first(), QStringLiteral("error 10003"));
+        // Known when the error is shown, before the run winds up and closes the journal.
+        QCOMPARE(m_delegate->reportsAtErrors.first().keptExportFolder, QDir::cleanPath(exportFolder()));
+        QVERIFY(m_delegate->reportsAtErrors.first().keptExportFolderText().contains(QDir::cleanPath(exportFolder())));
+        QVERIFY(QFileInfo::exists(QDir(exportFolder()).filePath(KSExportJournal::fileName)));
+    }
+
+    void errorBeforeTheItemStageKeepsNoFolder()
+    {
+        KSExportLock first;
+        bool otherRunning = true;
+        QVERIFY(first.tryLock(&otherRunning));
+        addItem(QStringLiteral("note"), QStringLiteral("N1"), QStringLiteral("Note"));
+        run();
+        QCOMPARE(m_delegate->reportsAtErrors.size(), 1);
+        QVERIFY(m_delegate->reportsAtErrors.first().keptExportFolder.isEmpty());
+        QVERIFY(m_delegate->reportsAtErrors.first().keptExportFolderText().isEmpty());
+        first.unlock();
     }
 
     void endedRunKeepsItsFolderForTheTarget()

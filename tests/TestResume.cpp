@@ -14,8 +14,8 @@
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QSet>
 #include <QProcess>
+#include <QSet>
 #include <QThread>
 #include <QtTest>
 #include <csignal>

@@ -305,6 +305,15 @@ private slots:
                  QStringLiteral("Nothing was handed to Nortavel 3. The log is %1. The report is %2.")
                      .arg(report.logFile, report.reportFile));
 
+        // A stopped run whose folder is kept says where, and how to continue it.
+        report.keptExportFolder = m_folder.filePath(QStringLiteral("Kastrel"));
+        QCOMPARE(KSImportPanel::endingAlert(QStringLiteral("x"), QString(), report).informativeText,
+                 QStringLiteral("Nothing was handed to Nortavel 3. The unfinished export was kept in %1: exporting "
+                                "again offers to continue it (\"kastrel-importer export --resume\"). The log is %2. "
+                                "The report is %3.")
+                     .arg(report.keptExportFolder, report.logFile, report.reportFile));
+        report.keptExportFolder.clear();
+
         report.reportFile.clear();
         const KSAlert withoutReport = KSImportPanel::endingAlert(QStringLiteral("x"), QString(), report);
         QVERIFY(!withoutReport.informativeText.contains(QStringLiteral("report")));
