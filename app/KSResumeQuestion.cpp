@@ -20,6 +20,25 @@ bool KSResumeQuestion::unfinishedExport(const QString &exportFolder, qint64 *rec
     return true;
 }
 
+std::optional<KSImportOptions> KSResumeQuestion::unfinishedExportOptions(const QString &exportFolder)
+{
+    if (exportFolder.isEmpty())
+        return std::nullopt;
+    const std::optional<KSExportJournal::Contents> journal
+        = KSExportJournal::read(QDir(exportFolder).filePath(KSExportJournal::fileName));
+    if (!journal)
+        return std::nullopt;
+    KSImportOptions options = KSImportOptions::none();
+    for (const QString &key : journal->header.options) {
+        const std::optional<KSImportKind> kind = KSImportOptions::kindForKey(key);
+        // A kind this program does not know: the run is refused with the reason, as it should be.
+        if (!kind)
+            return std::nullopt;
+        options.set(*kind, true);
+    }
+    return options;
+}
+
 QString KSResumeQuestion::unfinishedExportFolder()
 {
     qint64 recorded = 0;

@@ -3,7 +3,10 @@
 // with the choices Continue, Start Over and Cancel. Through KSAlert, so tests answer it.
 #pragma once
 
+#include "engine/KSImportOptions.h"
+
 #include <QString>
+#include <optional>
 
 class QWidget;
 
@@ -19,6 +22,10 @@ public:
     // The export folder of whichever edition of Nortavel 3 an export would go to that holds an
     // unfinished export, or a null string.
     static QString unfinishedExportFolder();
+
+    // The kinds the unfinished export in `exportFolder` was made with, when its journal reads:
+    // continuing it exports those, whatever the options sheet says now.
+    static std::optional<KSImportOptions> unfinishedExportOptions(const QString &exportFolder);
 
     // Asks, when there is an unfinished export; answers StartOver without asking when there is
     // none (a run from the first item is what happens anyway).

@@ -112,6 +112,25 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(m_termination->count, 1, 60000);
     }
 
+    void continueExportsTheKindsOfTheEarlierExport()
+    {
+        // The earlier export chose notes only; the window's options are every kind.
+        leaveUnfinishedExport(3, 10);
+        AppController controller(applicationsWithItems(2));
+        pressExport(controller, 0);
+        QVERIFY(controller.importPanel());
+        QTRY_COMPARE_WITH_TIMEOUT(m_termination->count, 1, 60000);
+        controller.importPanel()->waitForOperation();
+        const KSImportOperation &operation = *controller.importPanel()->operation();
+        QVERIFY(operation.importOptions().contains(KSImportKind::Notes));
+        QVERIFY(!operation.importOptions().contains(KSImportKind::Images));
+        QVERIFY2(operation.notContinuedReason().english.isEmpty(), qPrintable(operation.notContinuedReason().english));
+        QVERIFY(!operation.handedOffLibraryFile().isNull());
+        for (const KSAlert &alert : std::as_const(m_alerts))
+            QVERIFY2(alert.messageText != QStringLiteral("An error occurred while exporting."),
+                     qPrintable(alert.informativeText));
+    }
+
     void startOverRunsFromTheFirstItem()
     {
         leaveUnfinishedExport(3, 10);
