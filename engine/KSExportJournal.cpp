@@ -298,7 +298,11 @@ bool KSExportJournal::sync(QString *problem)
 {
     if (m_fd < 0)
         return false;
-    if (::fdatasync(m_fd) != 0) {
+    QElapsedTimer waited;
+    waited.start();
+    const int synced = ::fdatasync(m_fd);
+    m_syncNanoseconds += waited.nsecsElapsed();
+    if (synced != 0) {
         if (problem)
             *problem = systemError(QStringLiteral("syncing the journal"));
         return false;

@@ -98,6 +98,8 @@ public:
 
     // Lines written but not yet synced to the disk.
     int unsyncedLines() const { return m_unsynced; }
+    // The time spent waiting for the disk to sync, in nanoseconds.
+    qint64 syncNanoseconds() const { return m_syncNanoseconds; }
 
     // An entry as its line's JSON, and back (nothing for one that does not read).
     static QJsonObject entryObject(const Entry &entry);
@@ -111,4 +113,5 @@ private:
     int m_fd = -1;
     int m_unsynced = 0;
     qint64 m_oldestUnsynced = 0;
+    qint64 m_syncNanoseconds = 0;
 };

@@ -124,6 +124,10 @@ public:
     // How many items a continued run took from the journal, and how many it exported itself.
     qint64 resumedItemCount() const { return m_resumedItems; }
     qint64 exportedItemCount() const { return m_exportedItems; }
+    // What keeping the journal cost the run: the time spent making and writing its lines and
+    // syncing them, and the part of it spent waiting for the disk to sync, in nanoseconds.
+    qint64 journalNanoseconds() const { return m_journalNanoseconds; }
+    qint64 journalSyncNanoseconds() const;
     // Why a run asked to continue started from the first item instead; empty when it did not.
     const OVText &notContinuedReason() const { return m_notContinuedReason; }
 
@@ -399,6 +403,8 @@ private:
     QString m_foundSourceIdentifier;
     QString m_sourceVersion;
     std::unique_ptr<KSExportJournal> m_journal;
+    qint64 m_journalNanoseconds = 0;
+    qint64 m_journalSyncNanoseconds = 0;
     std::unique_ptr<KSResumedExport> m_resumed;
     qint64 m_resumedItems = 0;
     qint64 m_exportedItems = 0;

@@ -12,6 +12,7 @@
 #include "foundation/OVStringFormat.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 
 namespace {
@@ -115,6 +116,8 @@ void KSImportOperation::journalItem(const ExportedItem &exported, const KSItemRe
 {
     if (!m_journal || !m_journal->isOpen())
         return;
+    QElapsedTimer spent;
+    spent.start();
     KSExportJournal::Entry entry;
     entry.optionKey = exported.optionKey;
     entry.itemIdentifier = exported.identifier;
@@ -134,16 +137,27 @@ void KSImportOperation::journalItem(const ExportedItem &exported, const KSItemRe
             QStringLiteral("Unable to write the export journal: %@; items from here on are not in it"), {problem}));
         m_journal->close();
     }
+    m_journalNanoseconds += spent.nsecsElapsed();
 }
 
 void KSImportOperation::syncJournalIfDue()
 {
+    if (!m_journal || !m_journal->isOpen())
+        return;
+    QElapsedTimer spent;
+    spent.start();
     QString problem;
-    if (m_journal && m_journal->isOpen() && !m_journal->syncIfDue(&problem)) {
+    if (!m_journal->syncIfDue(&problem)) {
         writeLog(OVStringWithFormat(
             QStringLiteral("Unable to write the export journal: %@; items from here on are not in it"), {problem}));
         m_journal->close();
     }
+    m_journalNanoseconds += spent.nsecsElapsed();
+}
+
+qint64 KSImportOperation::journalSyncNanoseconds() const
+{
+    return m_journalSyncNanoseconds + (m_journal ? m_journal->syncNanoseconds() : 0);
 }
 
 const KSExportJournal::Entry *KSImportOperation::journalEntryFor(const KastrelDatabaseItem &item,
@@ -183,6 +197,7 @@ void KSImportOperation::removeJournal()
     if (!m_journal)
         return;
     m_journal->close();
+    m_journalSyncNanoseconds += m_journal->syncNanoseconds();
     m_journal.reset();
     QFile::remove(journalPath(m_filesPath));
 }
