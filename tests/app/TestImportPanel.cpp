@@ -209,11 +209,14 @@ private slots:
         QCOMPARE(m_returnCodes, QList<int> {0});
         QVERIFY(!panel->isVisible());
         // Before the sheet closes, an alert says that the export was cancelled, that nothing
-        // reached Nortavel 3, and where the log is.
+        // reached Nortavel 3, where the unfinished export was kept, and where the log is.
         QCOMPARE(m_alerts->alerts.size(), 1);
         QCOMPARE(m_alerts->alerts.first().messageText, QStringLiteral("The export was cancelled."));
-        QVERIFY(m_alerts->alerts.first().informativeText.startsWith(
-            QStringLiteral("Nothing was handed to Nortavel 3. The log is ")));
+        const QString text = m_alerts->alerts.first().informativeText;
+        QVERIFY2(
+            text.startsWith(QStringLiteral("Nothing was handed to Nortavel 3. The unfinished export was kept in ")),
+            qPrintable(text));
+        QVERIFY2(text.contains(QStringLiteral("export --resume\"). The log is ")), qPrintable(text));
         QVERIFY(m_alerts->reports.isEmpty());
         panel->waitForOperation();
         QVERIFY(applications->exportCount() < 6);
