@@ -2,7 +2,6 @@
 
 #include "foundation/OVLocalization.h"
 
-#include <QHash>
 #include <algorithm>
 #include <numeric>
 
@@ -68,7 +67,7 @@ QString KSReportItemsModel::text(const KSReportItem &item, int column)
         // An item passed over for having no name is still told apart by its identifier.
         return item.name.isEmpty() ? item.identifier : item.name;
     case KindColumn:
-        return kindDescription(item.optionKey);
+        return KSExportReport::itemKindDescription(item.optionKey);
     case OutcomeColumn:
         return KSExportReport::outcomeDescription(item.outcome);
     case ReasonColumn:
@@ -77,19 +76,4 @@ QString KSReportItemsModel::text(const KSReportItem &item, int column)
         break;
     }
     return QString();
-}
-
-QString KSReportItemsModel::kindDescription(const QString &optionKey)
-{
-    static const QHash<QString, const char *> kinds {
-        {QStringLiteral("notes"), QT_TRANSLATE_NOOP("KastrelImporter", "note")},
-        {QStringLiteral("bookmarks"), QT_TRANSLATE_NOOP("KastrelImporter", "bookmark")},
-        {QStringLiteral("serialNumbers"), QT_TRANSLATE_NOOP("KastrelImporter", "serial number")},
-        {QStringLiteral("passwords"), QT_TRANSLATE_NOOP("KastrelImporter", "password")},
-        {QStringLiteral("images"), QT_TRANSLATE_NOOP("KastrelImporter", "image")},
-        {QStringLiteral("PDFs"), QT_TRANSLATE_NOOP("KastrelImporter", "PDF document")},
-        {QStringLiteral("webArchives"), QT_TRANSLATE_NOOP("KastrelImporter", "web archive")},
-    };
-    const char *kind = kinds.value(optionKey);
-    return kind ? OVLocalizedString(kind) : optionKey;
 }

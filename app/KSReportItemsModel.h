@@ -28,9 +28,6 @@ public:
     const KSReportItem &itemAt(int row) const;
     // The text of `column` for `item`, as the table shows it.
     static QString text(const KSReportItem &item, int column);
-    // The localised kind of an item exported under `optionKey` ("note", "serial number"); an
-    // unknown key is shown as it is.
-    static QString kindDescription(const QString &optionKey);
 
 private:
     QList<KSReportItem> m_items;

@@ -150,17 +150,17 @@ QString KSExportReport::kindCountText(const QString &kindName, qint64 count)
                                   count);
 }
 
-QString KSExportReport::optionKeyDescription(const QString &optionKey)
+QString KSExportReport::itemKindDescription(const QString &optionKey)
 {
-    static const QHash<QString, const char *> texts {
-        {QStringLiteral("notes"), QT_TRANSLATE_NOOP("KastrelImporter", "notes")},
-        {QStringLiteral("bookmarks"), QT_TRANSLATE_NOOP("KastrelImporter", "bookmarks")},
-        {QStringLiteral("serialNumbers"), QT_TRANSLATE_NOOP("KastrelImporter", "serial numbers")},
-        {QStringLiteral("passwords"), QT_TRANSLATE_NOOP("KastrelImporter", "passwords")},
-        {QStringLiteral("images"), QT_TRANSLATE_NOOP("KastrelImporter", "images")},
-        {QStringLiteral("PDFs"), QT_TRANSLATE_NOOP("KastrelImporter", "PDFs")},
-        {QStringLiteral("webArchives"), QT_TRANSLATE_NOOP("KastrelImporter", "web archives")},
+    static const QHash<QString, const char *> kinds {
+        {QStringLiteral("notes"), QT_TRANSLATE_NOOP("KastrelImporter", "note")},
+        {QStringLiteral("bookmarks"), QT_TRANSLATE_NOOP("KastrelImporter", "bookmark")},
+        {QStringLiteral("serialNumbers"), QT_TRANSLATE_NOOP("KastrelImporter", "serial number")},
+        {QStringLiteral("passwords"), QT_TRANSLATE_NOOP("KastrelImporter", "password")},
+        {QStringLiteral("images"), QT_TRANSLATE_NOOP("KastrelImporter", "image")},
+        {QStringLiteral("PDFs"), QT_TRANSLATE_NOOP("KastrelImporter", "PDF document")},
+        {QStringLiteral("webArchives"), QT_TRANSLATE_NOOP("KastrelImporter", "web archive")},
     };
-    const char *text = texts.value(optionKey);
-    return text ? OVLocalizedString(text) : optionKey;
+    const char *kind = kinds.value(optionKey);
+    return kind ? OVLocalizedString(kind) : optionKey;
 }

@@ -57,6 +57,7 @@ struct KSExportReport
     static QString problemKindDescription(KSImportOperation::ItemProblemKind kind);
     // The localised count of records of a kind name ("3 notes").
     static QString kindCountText(const QString &kindName, qint64 count);
-    // The localised name of the kind of item an option key selects ("serial numbers").
-    static QString optionKeyDescription(const QString &optionKey);
+    // The localised kind of one item exported under `optionKey` ("note", "serial number"); an
+    // unknown key is given as it is. The window's table and the report page both name kinds so.
+    static QString itemKindDescription(const QString &optionKey);
 };

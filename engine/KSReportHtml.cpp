@@ -91,7 +91,7 @@ QString row(const KSReportItem &item)
 {
     QString cells;
     for (const QString &cell :
-         {item.name, KSExportReport::optionKeyDescription(item.optionKey),
+         {item.name, KSExportReport::itemKindDescription(item.optionKey),
           KSExportReport::outcomeDescription(item.outcome), item.reason, item.file, item.identifier})
         cells += QStringLiteral("<td>%1</td>").arg(escaped(cell));
     return QStringLiteral("<tr class=\"%1\">%2</tr>\n").arg(KSReportItem::outcomeName(item.outcome), cells);

@@ -688,34 +688,6 @@
         <translation>Objekt</translation>
     </message>
     <message>
-        <source>notes</source>
-        <translation>Notizen</translation>
-    </message>
-    <message>
-        <source>bookmarks</source>
-        <translation>Lesezeichen</translation>
-    </message>
-    <message>
-        <source>serial numbers</source>
-        <translation>Seriennummern</translation>
-    </message>
-    <message>
-        <source>passwords</source>
-        <translation>Kennwörter</translation>
-    </message>
-    <message>
-        <source>images</source>
-        <translation>Bilder</translation>
-    </message>
-    <message>
-        <source>PDFs</source>
-        <translation>PDFs</translation>
-    </message>
-    <message>
-        <source>web archives</source>
-        <translation>Webarchive</translation>
-    </message>
-    <message>
         <source>Name</source>
         <translation>Name</translation>
     </message>

@@ -129,9 +129,9 @@ private slots:
         QCOMPARE(
             row(6),
             (QStringList {QStringLiteral("Bank"), QStringLiteral("password"), QStringLiteral("imported"), QString()}));
-        QCOMPARE(KSReportItemsModel::kindDescription(QStringLiteral("webArchives")), QStringLiteral("web archive"));
-        QCOMPARE(KSReportItemsModel::kindDescription(QStringLiteral("PDFs")), QStringLiteral("PDF document"));
-        QCOMPARE(KSReportItemsModel::kindDescription(QStringLiteral("somethingNew")), QStringLiteral("somethingNew"));
+        QCOMPARE(KSExportReport::itemKindDescription(QStringLiteral("webArchives")), QStringLiteral("web archive"));
+        QCOMPARE(KSExportReport::itemKindDescription(QStringLiteral("PDFs")), QStringLiteral("PDF document"));
+        QCOMPARE(KSExportReport::itemKindDescription(QStringLiteral("somethingNew")), QStringLiteral("somethingNew"));
     }
 
     void fullTextInTheToolTip()
