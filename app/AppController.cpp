@@ -86,21 +86,20 @@ void AppController::applicationWillFinishLaunching()
 void AppController::import()
 {
     // An export that stopped unfinished can be continued rather than started over.
-    const KSResumeQuestion::Answer answer = KSResumeQuestion::ask(m_infoWindow.get());
+    const std::optional<KSResumeQuestion::UnfinishedExport> unfinished = KSResumeQuestion::find();
+    const KSResumeQuestion::Answer answer
+        = unfinished ? KSResumeQuestion::ask(m_infoWindow.get(), *unfinished) : KSResumeQuestion::Answer::StartOver;
     if (answer == KSResumeQuestion::Answer::Cancel)
         return;
     if (!m_importPanel)
         m_importPanel = std::make_unique<KSImportPanel>(m_infoWindow.get(), m_backend);
     m_importPanel->setResume(answer == KSResumeQuestion::Answer::Continue);
-    if (answer == KSResumeQuestion::Answer::Continue) {
-        // Continuing the earlier export means exporting its kinds: with others, it would be
-        // refused and the application would quit.
-        const std::optional<KSImportOptions> earlier
-            = KSResumeQuestion::unfinishedExportOptions(KSResumeQuestion::unfinishedExportFolder());
-        if (earlier && *earlier != m_importOptions) {
-            m_importOptions = *earlier;
-            qCInfo(lcApp, "Import options are: %s", qPrintable(m_importOptions.description()));
-        }
+    // Continuing the earlier export means exporting its kinds: with others, it would be
+    // refused and the application would quit.
+    if (answer == KSResumeQuestion::Answer::Continue && unfinished->options
+        && *unfinished->options != m_importOptions) {
+        m_importOptions = *unfinished->options;
+        qCInfo(lcApp, "Import options are: %s", qPrintable(m_importOptions.description()));
     }
     // Whatever the sheet's outcome, there is no second export in one run of the application.
     m_importPanel->showSheetOnWindow(m_infoWindow.get(), m_importOptions,

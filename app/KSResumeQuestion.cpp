@@ -7,20 +7,7 @@
 
 #include <QDir>
 
-bool KSResumeQuestion::unfinishedExport(const QString &exportFolder, qint64 *recorded, qint64 *announced)
-{
-    if (exportFolder.isEmpty())
-        return false;
-    const std::optional<KSExportJournal::Contents> journal
-        = KSExportJournal::read(QDir(exportFolder).filePath(KSExportJournal::fileName));
-    if (!journal)
-        return false;
-    *recorded = journal->entries.size();
-    *announced = journal->header.announcedItems;
-    return true;
-}
-
-std::optional<KSImportOptions> KSResumeQuestion::unfinishedExportOptions(const QString &exportFolder)
+std::optional<KSResumeQuestion::UnfinishedExport> KSResumeQuestion::unfinishedExport(const QString &exportFolder)
 {
     if (exportFolder.isEmpty())
         return std::nullopt;
@@ -28,27 +15,18 @@ std::optional<KSImportOptions> KSResumeQuestion::unfinishedExportOptions(const Q
         = KSExportJournal::read(QDir(exportFolder).filePath(KSExportJournal::fileName));
     if (!journal)
         return std::nullopt;
-    KSImportOptions options = KSImportOptions::none();
-    for (const QString &key : journal->header.options) {
-        const std::optional<KSImportKind> kind = KSImportOptions::kindForKey(key);
-        // A kind this program does not know: the run is refused with the reason, as it should be.
-        if (!kind)
-            return std::nullopt;
-        options.set(*kind, true);
-    }
-    return options;
+    return UnfinishedExport {exportFolder, journal->entries.size(), journal->header.announcedItems,
+                             KSImportOptions::fromKeys(journal->header.options)};
 }
 
-QString KSResumeQuestion::unfinishedExportFolder()
+std::optional<KSResumeQuestion::UnfinishedExport> KSResumeQuestion::find()
 {
-    qint64 recorded = 0;
-    qint64 announced = 0;
     for (const QString &target : {KSImportOperation::targetIdentifier, KSImportOperation::sandboxedTargetIdentifier}) {
-        const QString folder = KSImportOperation::exportFolderForTarget(target);
-        if (unfinishedExport(folder, &recorded, &announced))
-            return folder;
+        if (std::optional<UnfinishedExport> unfinished
+            = unfinishedExport(KSImportOperation::exportFolderForTarget(target)))
+            return unfinished;
     }
-    return QString();
+    return std::nullopt;
 }
 
 QString KSResumeQuestion::questionText(qint64 recorded, qint64 announced)
@@ -60,15 +38,10 @@ QString KSResumeQuestion::questionText(qint64 recorded, qint64 announced)
         .arg(announced);
 }
 
-KSResumeQuestion::Answer KSResumeQuestion::ask(QWidget *parent)
+KSResumeQuestion::Answer KSResumeQuestion::ask(QWidget *parent, const UnfinishedExport &unfinished)
 {
-    const QString folder = unfinishedExportFolder();
-    qint64 recorded = 0;
-    qint64 announced = 0;
-    if (!unfinishedExport(folder, &recorded, &announced))
-        return Answer::StartOver;
     KSAlert alert;
-    alert.messageText = questionText(recorded, announced);
+    alert.messageText = questionText(unfinished.recorded, unfinished.announced);
     alert.informativeText
         = OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter",
                                               "Continuing exports only the items that are not in the earlier "

@@ -15,21 +15,26 @@ class KSResumeQuestion
 public:
     enum class Answer { Continue, StartOver, Cancel };
 
-    // How far the unfinished export in `exportFolder` got, when there is one whose journal
-    // reads; *recorded and *announced get N and M.
-    static bool unfinishedExport(const QString &exportFolder, qint64 *recorded, qint64 *announced);
+    // An export that stopped unfinished, as its journal tells it.
+    struct UnfinishedExport
+    {
+        QString folder;
+        qint64 recorded = 0; // N
+        qint64 announced = 0; // M
+        // The kinds it exports; continuing it exports those, whatever the options sheet says
+        // now. Nothing when its journal names a kind this program does not know.
+        std::optional<KSImportOptions> options;
+    };
 
-    // The export folder of whichever edition of Nortavel 3 an export would go to that holds an
-    // unfinished export, or a null string.
-    static QString unfinishedExportFolder();
+    // The unfinished export in `exportFolder`, when there is one whose journal reads.
+    static std::optional<UnfinishedExport> unfinishedExport(const QString &exportFolder);
 
-    // The kinds the unfinished export in `exportFolder` was made with, when its journal reads:
-    // continuing it exports those, whatever the options sheet says now.
-    static std::optional<KSImportOptions> unfinishedExportOptions(const QString &exportFolder);
+    // The unfinished export of whichever edition of Nortavel 3 an export would go to, if any.
+    // Its journal is read once, here: a large library's journal is long.
+    static std::optional<UnfinishedExport> find();
 
-    // Asks, when there is an unfinished export; answers StartOver without asking when there is
-    // none (a run from the first item is what happens anyway).
-    static Answer ask(QWidget *parent);
+    // Asks about `unfinished`.
+    static Answer ask(QWidget *parent, const UnfinishedExport &unfinished);
 
     // The question for `recorded` of `announced` items.
     static QString questionText(qint64 recorded, qint64 announced);

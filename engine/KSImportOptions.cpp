@@ -61,6 +61,28 @@ QStringList KSImportOptions::allKeys()
     return keys;
 }
 
+QStringList KSImportOptions::selectedKeys() const
+{
+    QStringList keys;
+    for (const KSImportKind kind : allKinds()) {
+        if (contains(kind))
+            keys.append(keyOf(kind));
+    }
+    return keys;
+}
+
+std::optional<KSImportOptions> KSImportOptions::fromKeys(const QStringList &keys)
+{
+    KSImportOptions options = none();
+    for (const QString &key : keys) {
+        const std::optional<KSImportKind> kind = kindForKey(key);
+        if (!kind)
+            return std::nullopt;
+        options.set(*kind, true);
+    }
+    return options;
+}
+
 KSImportOptions KSImportOptions::none()
 {
     KSImportOptions options;

@@ -22,6 +22,11 @@ public:
     static std::optional<KSImportKind> kindForKey(const QString &key);
     static QStringList allKeys();
 
+    // The keys of the selected kinds, in the order of allKinds(); and the options that select
+    // the kinds of `keys`, nothing when one is not a kind's key.
+    QStringList selectedKeys() const;
+    static std::optional<KSImportOptions> fromKeys(const QStringList &keys);
+
     // Every kind selected, as a run exports by default.
     KSImportOptions() = default;
     // No kind selected.

@@ -17,16 +17,6 @@
 
 namespace {
 
-QStringList optionKeys(const KSImportOptions &options)
-{
-    QStringList keys;
-    for (const KSImportKind kind : KSImportOptions::allKinds()) {
-        if (options.contains(kind))
-            keys.append(KSImportOptions::keyOf(kind));
-    }
-    return keys;
-}
-
 QString journalPath(const QString &folder)
 {
     return QDir(folder).filePath(KSExportJournal::fileName);
@@ -45,7 +35,7 @@ bool KSImportOperation::prepareToContinue(const QString &folder)
         return true;
     }
     const KSExportJournal::Header &header = journal->header;
-    const QString options = optionKeys(importOptions()).join(QLatin1Char(','));
+    const QString options = importOptions().selectedKeys().join(QLatin1Char(','));
     const QString earlierOptions = header.options.join(QLatin1Char(','));
     if (header.sourceIdentifier != m_foundSourceIdentifier || header.sourceVersion != m_sourceVersion) {
         writeLog(OVStringWithFormat(QStringLiteral("Refusing to continue the export in %@: it was made from %@ %@"),
@@ -95,7 +85,7 @@ void KSImportOperation::beginJournal(quint64 announcedItems)
 {
     if (!m_journalEnabled)
         return;
-    KSExportJournal::Header header {m_foundSourceIdentifier, m_sourceVersion, optionKeys(importOptions()),
+    KSExportJournal::Header header {m_foundSourceIdentifier, m_sourceVersion, importOptions().selectedKeys(),
                                     qint64(announcedItems)};
     // A continued run's journal starts with the entries it takes over, so that it can be
     // continued in turn.

@@ -35,7 +35,8 @@ struct KSReportItem
     }
     // The order of the report: not imported first, then attached files, incomplete items, items
     // passed over, and last the items imported whole.
-    int attentionRank() const
+    int attentionRank() const { return attentionRank(outcome); }
+    static int attentionRank(Outcome outcome)
     {
         switch (outcome) {
         case Outcome::NotImported:

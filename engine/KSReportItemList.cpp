@@ -43,9 +43,7 @@ void KSReportItemList::addProblem(qsizetype index, KSReportItem::Outcome outcome
                                   const QString &englishReason)
 {
     KSReportItem &item = m_items[index];
-    KSReportItem worse;
-    worse.outcome = outcome;
-    if (worse.attentionRank() < item.attentionRank())
+    if (KSReportItem::attentionRank(outcome) < item.attentionRank())
         item.outcome = outcome;
     appendReason(item.reason, reason);
     appendReason(item.englishReason, englishReason);

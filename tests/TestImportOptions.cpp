@@ -51,6 +51,18 @@ private slots:
         QVERIFY(options != KSImportOptions());
     }
 
+    void selectedKeysReadBackAsTheSameOptions()
+    {
+        KSImportOptions options = KSImportOptions::none();
+        options.set(KSImportKind::WebArchives, true);
+        options.set(KSImportKind::Notes, true);
+        QCOMPARE(options.selectedKeys(), (QStringList {QStringLiteral("notes"), QStringLiteral("webArchives")}));
+        QCOMPARE(KSImportOptions::fromKeys(options.selectedKeys()), std::optional<KSImportOptions>(options));
+        QCOMPARE(KSImportOptions().selectedKeys(), KSImportOptions::allKeys());
+        QCOMPARE(KSImportOptions::fromKeys({}), std::optional<KSImportOptions>(KSImportOptions::none()));
+        QVERIFY(!KSImportOptions::fromKeys({QStringLiteral("notes"), QStringLiteral("Notes")}));
+    }
+
     void descriptionListsTheKeysAsADictionaryPrintsThem()
     {
         KSImportOptions options;
