@@ -90,8 +90,9 @@ QString KSExportReportDialog::logText() const
 
 QString KSExportReportDialog::reportFileText() const
 {
+    // A report that could not be written is said where the report would have been named.
     if (!canOpenReportFile())
-        return QString();
+        return report.reportProblem;
     return OVStringWithFormat(OVLocalizedString(QT_TRANSLATE_NOOP("KastrelImporter", "The report is %@.")),
                               {report.reportFile});
 }

@@ -26,7 +26,7 @@ struct KSExportReportDialog
     QStringList listedItems() const;
     // Where the log is, or that there is none.
     QString logText() const;
-    // Where the report file is, or an empty string when there is none to open.
+    // Where the report file is; why it could not be written; or an empty string.
     QString reportFileText() const;
     // Whether the report file is there, to be opened.
     bool canOpenReportFile() const;

@@ -314,7 +314,15 @@ private slots:
                      .arg(report.keptExportFolder, report.logFile, report.reportFile));
         report.keptExportFolder.clear();
 
+        // A report that could not be written is said instead.
         report.reportFile.clear();
+        report.reportProblem = QStringLiteral("The report of this run could not be written to /nowhere (No space).");
+        QCOMPARE(KSImportPanel::endingAlert(QStringLiteral("x"), QString(), report).informativeText,
+                 QStringLiteral("Nothing was handed to Nortavel 3. The log is %1. %2")
+                     .arg(report.logFile, report.reportProblem));
+        QCOMPARE(KSExportReportDialog {report}.reportFileText(), report.reportProblem);
+        report.reportProblem.clear();
+
         const KSAlert withoutReport = KSImportPanel::endingAlert(QStringLiteral("x"), QString(), report);
         QVERIFY(!withoutReport.informativeText.contains(QStringLiteral("report")));
         QCOMPARE(withoutReport.buttons, QStringList {QStringLiteral("Quit")});
